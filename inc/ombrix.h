@@ -1,0 +1,130 @@
+/*
+ * Ombrix: image-processing and computer-vision primitives for 32-bit ARM.
+ *
+ * Every operation is reached through a writable function-pointer slot:
+ *   obx<Op>_    the slot, holding the implementation that answers calls;
+ *   ppobx<Op>   a constant pointer to the slot, the name a front end resolves;
+ *   obx<Op>R_   a remote slot, kept null by the library for the front end;
+ *   obx<Op>C    the scalar reference implementation, which defines results.
+ * obxSetOperationMode() decides once per process which implementation each
+ * slot holds. Until it is called every slot holds its reference.
+ */
+#ifndef OMBRIX_H
+#define OMBRIX_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(OMBRIX_BUILDING_LIBRARY)
+#define OBX_API __attribute__((visibility("default")))
+#else
+#define OBX_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef float float32_t;
+
+/* 0 low power, 1 performance, 2 vector without power request, 3 and above
+ * reference only. Values with the top bit set form a private range. */
+typedef enum {
+    OBX_MODE_LOW_POWER = 0,
+    OBX_MODE_PERFORMANCE = 1,
+    OBX_MODE_VECTOR = 2,
+    OBX_MODE_REFERENCE = 3,
+    OBX_MODE_PRIVATE_BIT = (int32_t)0x80000000u
+} obxOperationMode;
+
+/* Declares the slot, pointer-to-slot and remote slot of a public operation
+ * whose function type is <name>_fn. */
+#define OBX_DECLARE_OPERATION(name)             \
+    OBX_API extern name##_fn* name##_;          \
+    OBX_API extern name##_fn** const pp##name;  \
+    OBX_API extern name##_fn* name##R_;
+
+/* ---- Table and operation modes ------------------------------------------ */
+
+/* Selects implementations for the whole process.
+ * Returns 0 (accepted), -1 (unknown private mode) or 999 (no FPU and no SIMD). */
+OBX_API int32_t obxSetOperationMode(obxOperationMode mode);
+/* Same results, but never re-points a slot; only clears the remote slots. */
+OBX_API int32_t obxSetOperationModeRemoteLib(obxOperationMode mode);
+/* Calls obxSetOperationModeRemoteLib, sets useRemoteLanex, returns its address. */
+OBX_API uint8_t* obxInitRemoteLib(obxOperationMode mode);
+OBX_API void obxCleanUp(void);
+/* Writes "1.2.2" when length >= 6, otherwise zeroes `length` bytes. */
+OBX_API void obxGetVersion(char* version, uint32_t length);
+OBX_API void obxDisableFuzzingTest(uint8_t disable);
+OBX_API void obxSelectZDSP9Mode(void);
+OBX_API void uHWLowPowerMode(void);
+OBX_API void uHWPerformanceMode(void);
+
+OBX_API extern uint8_t libLogPrint;
+OBX_API extern uint32_t obxFuzzingDisable;
+OBX_API extern uint8_t useRemoteLanex;
+
+/* ---- Hardware detection and the override library ------------------------ */
+
+/* Bits of obxAvailableHardware(). */
+#define OBX_HW_PROBED         0x2u
+#define OBX_HW_SIMD           0x4u
+#define OBX_HW_FPU            0x80u
+#define OBX_HW_ARMV7          0x100u
+#define OBX_HW_PREFERRED      0x800u
+
+OBX_API uint32_t obxAvailableHardware(void);
+/* Opens /data/local/libobxopt.so; 0 on success, -1 on failure. */
+OBX_API int32_t obxPlatformOptLoad(void);
+OBX_API void* obxPlatformOptGetFunc(const char* name);
+OBX_API int32_t obxPlatformOptClose(void);
+
+/* ---- Assertions, logging and timing ------------------------------------- */
+
+/* Ends the process with status 1 when `value` is zero. */
+OBX_API void OMBRIXs_ASSERT(intptr_t value, const char* message);
+/* Always reports a failure of `function` and ends the process with status 1. */
+OBX_API void ombrixs_assert(int32_t value, const char* function);
+#ifdef __cplusplus
+OBX_API void ombrix_libv_log(...);
+#else
+OBX_API void ombrix_libv_log();
+#endif
+/* Logs one entry tagged with the file name of `path`; a non-zero line is
+ * prefixed as "%4d| ". Returns the length of the formatted caller part. */
+OBX_API int32_t obxLogAssert(const char* path, uint32_t line, int32_t priority,
+                             const char* format, ...)
+    __attribute__((format(printf, 4, 5)));
+/* Wall-clock time in microseconds. */
+OBX_API int64_t obxGetTime(void);
+
+/* ---- Memory ------------------------------------------------------------- */
+
+OBX_API int32_t obxMemInit(void);
+OBX_API int32_t obxMemDeInit(void);
+/* `alignment` must be a power of two of at most 128; null on failure. */
+OBX_API void* obxMemAlloc(uint32_t size, uint32_t alignment);
+OBX_API void obxMemFree(void* ptr);
+OBX_API void obxHeapStatsInit(void);
+OBX_API void obxHeapStatsMalloc(void* block, uint32_t size);
+OBX_API void obxHeapStatsFree(void* block);
+OBX_API void obxHeapStats(void);
+
+/* ---- Runtime operations ------------------------------------------------- */
+
+/* Copies `size` bytes from srcPtr to dstPtr; the buffers must not overlap. */
+typedef void obxCopy_fn(uint8_t* dstPtr, const uint8_t* srcPtr, uint32_t size);
+OBX_DECLARE_OPERATION(obxCopy)
+OBX_API obxCopy_fn obxCopyC;
+
+/* Time probe of a remote processor; this library has none and returns 0. */
+typedef uint64_t probeZ9Time_fn(void);
+OBX_DECLARE_OPERATION(probeZ9Time)
+OBX_API probeZ9Time_fn probeZ9TimeC;
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* OMBRIX_H */

@@ -1,0 +1,53 @@
+/*
+ * The one list of table slots. The table, the reset to references, the
+ * install of vector variants, the conformance tests and the demo's counts are
+ * all expanded from it. Include it after defining the entry kinds you need;
+ * kinds left undefined expand to nothing, and all are undefined afterwards.
+ *
+ *   OBX_OP(name, reference, vector)   public; vector modes install `vector`
+ *   OBX_OP_REF(name, reference)       public; reference in every mode
+ *   OBX_OP_STATIC(name, reference)    public; never written by a mode call
+ *   OBX_KERNEL(name, reference, vector)  internal kernel with a vector variant
+ *   OBX_KERNEL_REF(name, reference)      internal kernel, reference only
+ *   OBX_KERNEL_FIXED(name, reference)    internal, never written by a mode call
+ *
+ * Every slot is `name_` and has the function type `name_fn`. Public entries
+ * also get `ppname` and `nameR_`.
+ *
+ * Adding an operation: declare `name_fn` and its reference in inc/ombrix.h
+ * (or src/runtime/ombrixKernels.h for an internal kernel), write the code,
+ * and add one line below.
+ */
+
+#ifndef OBX_OP
+#define OBX_OP(name, reference, vector)
+#endif
+#ifndef OBX_OP_REF
+#define OBX_OP_REF(name, reference)
+#endif
+#ifndef OBX_OP_STATIC
+#define OBX_OP_STATIC(name, reference)
+#endif
+#ifndef OBX_KERNEL
+#define OBX_KERNEL(name, reference, vector)
+#endif
+#ifndef OBX_KERNEL_REF
+#define OBX_KERNEL_REF(name, reference)
+#endif
+#ifndef OBX_KERNEL_FIXED
+#define OBX_KERNEL_FIXED(name, reference)
+#endif
+
+/* Runtime */
+OBX_OP(obxCopy, obxCopyC, obxCopyV)
+OBX_OP_REF(probeZ9Time, probeZ9TimeC)
+OBX_KERNEL_FIXED(obxGetScratchBufferAligned, obxScratchGetAligned)
+OBX_KERNEL_FIXED(obxGetScratchBufferUnaligned, obxScratchGetUnaligned)
+OBX_KERNEL_FIXED(obxReleaseScratchBuffer, obxScratchRelease)
+
+#undef OBX_OP
+#undef OBX_OP_REF
+#undef OBX_OP_STATIC
+#undef OBX_KERNEL
+#undef OBX_KERNEL_REF
+#undef OBX_KERNEL_FIXED

@@ -1,0 +1,147 @@
+// Assertion messages, the vector-code assertion entry points, the front end's
+// logging call and the time sources.
+#include <gtest/gtest.h>
+#include <stdio.h>
+#include <unistd.h>
+
+#include <functional>
+#include <string>
+
+#include "ombrixKernels.h"
+#include "ombrixTestSupport.h"
+
+namespace {
+
+using ombrix_test::assertionPattern;
+using ombrix_test::LogCapture;
+
+// One row per assertion of every operation: the call that violates it, the
+// module that must be named and the exact expression text.
+struct AssertionCase {
+    const char* what;
+    std::function<void()> violate;
+    const char* module;
+    const char* expression;
+};
+
+void PrintTo(const AssertionCase& c, std::ostream* os) { *os << c.what; }
+
+
+uint8_t gByte[4];
+
+const AssertionCase kAssertionCases[] = {
+    {"obxCopyC null destination", [] { obxCopyC(nullptr, gByte, 1); }, "src/cpu/ombrixRuntimeC",
+     "dstPtr && srcPtr"},
+    {"obxCopyC null source", [] { obxCopyC(gByte, nullptr, 0); }, "src/cpu/ombrixRuntimeC",
+     "dstPtr && srcPtr"},
+    {"obxCopyV null destination", [] { obxCopyV(nullptr, gByte, 1); }, "src/lanex/ombrixRuntimeV",
+     "dstPtr && srcPtr"},
+    {"obxCopyV null source", [] { obxCopyV(gByte, nullptr, 3); }, "src/lanex/ombrixRuntimeV",
+     "dstPtr && srcPtr"},
+};
+
+class AssertionText : public ::testing::TestWithParam<AssertionCase> {};
+
+TEST_P(AssertionText, LogsOneLineAndExitsWithStatusOne) {
+    const AssertionCase& c = GetParam();
+    EXPECT_EXIT(c.violate(), ::testing::ExitedWithCode(1), assertionPattern(c.module, c.expression))
+        << c.what;
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, AssertionText, ::testing::ValuesIn(kAssertionCases),
+                         [](const auto& info) { return "case" + std::to_string(info.index); });
+
+TEST(LanexAssert, NonZeroValueReturns) {
+    OMBRIXs_ASSERT(1, "never");
+    OMBRIXs_ASSERT(-1, "never");
+}
+
+TEST(LanexAssert, ZeroValueLogsAndExits) {
+    EXPECT_EXIT(OMBRIXs_ASSERT(0, "row kernel"), ::testing::ExitedWithCode(1),
+                "^E/: row kernel: Assertion failed\n$");
+}
+
+// Standard output joins stderr, unbuffered, so both texts are seen in order.
+void stdoutToStderr() {
+    dup2(2, 1);
+    setvbuf(stdout, nullptr, _IONBF, 0);
+}
+
+TEST(LanexAssert, AlsoPrintsOnStandardOutput) {
+    EXPECT_EXIT(
+        {
+            stdoutToStderr();
+            OMBRIXs_ASSERT(0, "x");
+        },
+        ::testing::ExitedWithCode(1), "^LANEX assert failed\nE/: x: Assertion failed\n$");
+    EXPECT_EXIT(
+        {
+            stdoutToStderr();
+            ombrixs_assert(3, "g");
+        },
+        ::testing::ExitedWithCode(1),
+        "^Assertion fail in g val = 3\nE/: Assertion failure in function g bool flag = 3\n$");
+}
+
+TEST(LanexAssert, FailureReportIsUnconditional) {
+    EXPECT_EXIT(ombrixs_assert(1, "blurRow"), ::testing::ExitedWithCode(1),
+                "^E/: Assertion failure in function blurRow bool flag = 1\n$");
+    EXPECT_EXIT(ombrixs_assert(-4, "f"), ::testing::ExitedWithCode(1),
+                "^E/: Assertion failure in function f bool flag = -4\n$");
+}
+
+struct LogAssertCase {
+    const char* path;
+    uint32_t line;
+    const char* tag;
+    const char* text;
+};
+
+TEST(LogAssert, TagAndLinePrefix) {
+    const LogAssertCase cases[] = {
+        {"src/cpu/file.cpp", 7, "file.cpp", "   7| value 42"},
+        {"plainname", 0, "plainname", "value 42"},
+        {"a/b/c", 12345, "c", "12345| value 42"},
+        {"trailing/", 1, "", "   1| value 42"},
+    };
+    for (const LogAssertCase& c : cases) {
+        LogCapture log;
+        EXPECT_EQ(obxLogAssert(c.path, c.line, 4, "value %d", 42), 8);
+        ASSERT_EQ(log.get().size(), 1u);
+        EXPECT_EQ(log.get()[0].priority, 4);
+        EXPECT_EQ(log.get()[0].tag, c.tag);
+        EXPECT_EQ(log.get()[0].text, c.text);
+    }
+}
+
+TEST(LogAssert, PercentSignsInTheMessageAreNotReinterpreted) {
+    LogCapture log;
+    obxLogAssert("f", 0, 3, "%s", "100%d %s");
+    ASSERT_EQ(log.get().size(), 1u);
+    EXPECT_EQ(log.get()[0].text, "100%d %s");
+}
+
+TEST(LogAssert, CutsMessageAt511AndTagAt127) {
+    const std::string longPath = "dir/" + std::string(200, 't');
+    const std::string body(600, 'm');
+    LogCapture log;
+    EXPECT_EQ(obxLogAssert(longPath.c_str(), 7, 6, "%s", body.c_str()), 600)
+        << "the result is the uncut length of the caller's part";
+    ASSERT_EQ(log.get().size(), 1u);
+    EXPECT_EQ(log.get()[0].tag, std::string(127, 't'));
+    EXPECT_EQ(log.get()[0].text, "   7| " + std::string(511 - 6, 'm'));
+}
+
+TEST(Time, GetTimeIsMicrosecondsAndDoesNotGoBack) {
+    const int64_t first = obxGetTime();
+    const int64_t second = obxGetTime();
+    EXPECT_GE(second, first);
+    EXPECT_GT(first, int64_t{1600000000} * 1000000);  // after 2020
+}
+
+TEST(Time, RemoteTimeProbeIsZero) {
+    EXPECT_EQ(probeZ9TimeC(), 0u);
+    EXPECT_EQ(probeZ9Time_(), 0u);
+}
+
+}  // namespace

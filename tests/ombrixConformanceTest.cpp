@@ -1,0 +1,267 @@
+// Plays the front end: opens the built libombrixopt.so with dlopen and checks
+// the table it exports against the manifest and the full operation list.
+#include <dlfcn.h>
+#include <elf.h>
+#include <gtest/gtest.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <functional>
+#include <map>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "ombrix.h"
+
+namespace {
+
+// ---- The full operation list ------------------------------------------------------
+
+struct Operation {
+    std::string name, kind, family, vector, slot, reference, pointerToSlot, remoteSlot;
+};
+
+const std::map<std::string, Operation>& operationList() {
+    static const std::map<std::string, Operation> list = [] {
+        std::map<std::string, Operation> rows;
+        std::ifstream file(OBX_OPERATIONS_TSV);
+        std::string line;
+        while (std::getline(file, line)) {
+            if (line.empty() || line[0] == '#') continue;
+            std::vector<std::string> fields;
+            std::stringstream stream(line);
+            for (std::string field; std::getline(stream, field, '\t');) fields.push_back(field);
+            if (fields.size() != 8) continue;
+            rows[fields[0]] = {fields[0], fields[1], fields[2], fields[3],
+                               fields[4], fields[5], fields[6], fields[7]};
+        }
+        return rows;
+    }();
+    return list;
+}
+
+constexpr size_t kListedSlots = 421, kListedVectorVariants = 290;
+
+// Exported names that are not rows of the list.
+const char* const kManagementNames[] = {
+    "obxSetOperationMode", "obxSetOperationModeRemoteLib", "obxInitRemoteLib", "obxCleanUp",
+    "obxGetVersion", "obxDisableFuzzingTest", "obxSelectZDSP9Mode", "uHWLowPowerMode",
+    "uHWPerformanceMode", "obxAvailableHardware", "obxPlatformOptLoad", "obxPlatformOptGetFunc",
+    "obxPlatformOptClose", "OMBRIXs_ASSERT", "ombrixs_assert", "ombrix_libv_log", "obxLogAssert",
+    "obxGetTime", "obxMemInit", "obxMemDeInit", "obxMemAlloc", "obxMemFree", "obxHeapStatsInit",
+    "obxHeapStatsMalloc", "obxHeapStatsFree", "obxHeapStats", "libLogPrint", "obxFuzzingDisable",
+    "useRemoteLanex",
+};
+// Exported by a family beside its table entries.
+const char* const kOptionalExtraNames[] = {"obxBoxFilter11x11u8V2"};
+
+// ---- The manifest, as names ---------------------------------------------------------
+
+enum class Kind { Public, Internal };
+enum class Writes { ReferenceAndVector, ReferenceOnly, Never };
+
+struct Entry {
+    const char* name;
+    const char* reference;
+    Kind kind;
+    Writes writes;
+};
+
+const std::vector<Entry>& manifest() {
+    static const std::vector<Entry> entries = {
+#define OBX_OP(name, reference, vector) {#name, #reference, Kind::Public, Writes::ReferenceAndVector},
+#define OBX_OP_REF(name, reference) {#name, #reference, Kind::Public, Writes::ReferenceOnly},
+#define OBX_OP_STATIC(name, reference) {#name, #reference, Kind::Public, Writes::Never},
+#define OBX_KERNEL(name, reference, vector) {#name, #reference, Kind::Internal, Writes::ReferenceAndVector},
+#define OBX_KERNEL_REF(name, reference) {#name, #reference, Kind::Internal, Writes::ReferenceOnly},
+#define OBX_KERNEL_FIXED(name, reference) {#name, #reference, Kind::Internal, Writes::Never},
+#include "ombrixManifest.h"
+    };
+    return entries;
+}
+
+// ---- The library, opened as a front end would -----------------------------------------
+
+const char kNeonCpuInfo[] =
+    "Features\t: half thumb vfp edsp neon vfpv3\nCPU implementer\t: 0x51\nCPU architecture: 7\n";
+
+// Opened once per process, after pointing the hardware probe at a NEON core.
+void* library() {
+    static void* handle = [] {
+        char path[] = "/tmp/ombrix-cpuinfo-XXXXXX";
+        const int fd = mkstemp(path);
+        if (fd < 0 || write(fd, kNeonCpuInfo, sizeof kNeonCpuInfo - 1) < 0) abort();
+        close(fd);
+        setenv("OMBRIX_CPUINFO", path, 1);
+        return dlopen(OBX_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL);
+    }();
+    return handle;
+}
+
+void* symbol(const std::string& name) { return dlsym(library(), name.c_str()); }
+
+template <typename T>
+T valueAt(const std::string& name) {
+    return *static_cast<T*>(symbol(name));
+}
+
+TEST(Conformance, LibraryOpens) { ASSERT_NE(library(), nullptr) << dlerror(); }
+
+TEST(Conformance, ManifestAgreesWithTheOperationList) {
+    size_t slots = 0, vectorVariants = 0;
+    std::set<std::string> seen;
+    for (const Entry& e : manifest()) {
+        SCOPED_TRACE(e.name);
+        EXPECT_TRUE(seen.insert(e.name).second) << "listed twice";
+        const auto row = operationList().find(e.name);
+        ASSERT_NE(row, operationList().end()) << "not in the operation list";
+        const Operation& op = row->second;
+        EXPECT_EQ(op.kind, e.kind == Kind::Public ? "public" : "internal");
+        EXPECT_EQ(op.vector == "yes", e.writes == Writes::ReferenceAndVector);
+        EXPECT_EQ(op.slot, std::string(e.name) + "_");
+        if (e.kind == Kind::Public || e.writes != Writes::Never) {
+            EXPECT_EQ(op.reference, e.reference);
+        }
+        ++slots;
+        if (e.writes == Writes::ReferenceAndVector) ++vectorVariants;
+    }
+    printf("slots: %zu of %zu, vector variants: %zu of %zu\n", slots, kListedSlots, vectorVariants,
+           kListedVectorVariants);
+    EXPECT_EQ(operationList().size(), kListedSlots);
+}
+
+TEST(Conformance, EveryPublicSlotIsReachableByName) {
+    ASSERT_NE(library(), nullptr);
+    for (const Entry& e : manifest()) {
+        SCOPED_TRACE(e.name);
+        const Operation& op = operationList().at(e.name);
+        void* slot = symbol(op.slot);
+        ASSERT_NE(slot, nullptr) << "slot not exported";
+        if (e.kind == Kind::Internal) {
+            EXPECT_EQ(symbol(std::string("pp") + e.name), nullptr);
+            EXPECT_EQ(symbol(std::string(e.name) + "R_"), nullptr);
+            continue;
+        }
+        ASSERT_NE(symbol(op.pointerToSlot), nullptr);
+        EXPECT_EQ(valueAt<void*>(op.pointerToSlot), slot) << "pointer-to-slot must point at the slot";
+        void* reference = symbol(op.reference);
+        ASSERT_NE(reference, nullptr) << op.reference << " not exported";
+        EXPECT_EQ(*static_cast<void**>(slot), reference) << "slot must start on " << op.reference;
+        ASSERT_NE(symbol(op.remoteSlot), nullptr);
+        EXPECT_EQ(valueAt<void*>(op.remoteSlot), nullptr);
+    }
+}
+
+// Calls through the slot for every public operation that is cheap to call.
+const std::map<std::string, std::function<void()>>& cheapCalls() {
+    static const std::map<std::string, std::function<void()>> calls = {
+        {"obxCopy",
+         [] {
+             const uint8_t src[37] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19,
+                                      20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 32, 33, 34, 35, 36, 37};
+             uint8_t dst[37] = {};
+             (**valueAt<obxCopy_fn**>("ppobxCopy"))(dst, src, sizeof src);
+             EXPECT_EQ(memcmp(dst, src, sizeof src), 0);
+         }},
+        {"probeZ9Time", [] { EXPECT_EQ((**valueAt<probeZ9Time_fn**>("ppprobeZ9Time"))(), 0u); }},
+    };
+    return calls;
+}
+
+TEST(Conformance, CheapCallsThroughTheTableInEveryMode) {
+    ASSERT_NE(library(), nullptr);
+    auto setMode = reinterpret_cast<decltype(&obxSetOperationMode)>(symbol("obxSetOperationMode"));
+    ASSERT_NE(setMode, nullptr);
+    for (uint32_t mode : {3u, 2u, 0x80000001u, 0x80000003u}) {
+        SCOPED_TRACE(mode);
+        setMode(static_cast<obxOperationMode>(mode));
+        for (const auto& [name, call] : cheapCalls()) {
+            SCOPED_TRACE(name);
+            call();
+        }
+    }
+    setMode(OBX_MODE_REFERENCE);
+}
+
+TEST(Conformance, VectorModeRepointsOnlySlotsWithVectorVariants) {
+    ASSERT_NE(library(), nullptr);
+    auto setMode = reinterpret_cast<decltype(&obxSetOperationMode)>(symbol("obxSetOperationMode"));
+    ASSERT_EQ(setMode(OBX_MODE_VECTOR), 0);
+    for (const Entry& e : manifest()) {
+        SCOPED_TRACE(e.name);
+        void* held = valueAt<void*>(std::string(e.name) + "_");
+        if (e.writes == Writes::ReferenceAndVector) {
+            EXPECT_NE(held, symbol(e.reference)) << "vector variant expected";
+            EXPECT_NE(held, nullptr);
+        } else if (e.kind == Kind::Public) {
+            EXPECT_EQ(held, symbol(e.reference));
+        }
+        if (e.kind == Kind::Public) {
+            EXPECT_EQ(valueAt<void*>(std::string(e.name) + "R_"), nullptr);
+        }
+    }
+    ASSERT_EQ(setMode(OBX_MODE_REFERENCE), 0);
+    for (const Entry& e : manifest()) {
+        if (e.kind == Kind::Public) {
+            EXPECT_EQ(valueAt<void*>(std::string(e.name) + "_"), symbol(e.reference));
+        }
+    }
+}
+
+// ---- The exported symbols ------------------------------------------------------------------
+
+template <typename Ehdr, typename Shdr, typename Sym>
+std::vector<std::string> definedDynamicSymbols(const std::string& image) {
+    std::vector<std::string> names;
+    const auto* header = reinterpret_cast<const Ehdr*>(image.data());
+    const auto* sections = reinterpret_cast<const Shdr*>(image.data() + header->e_shoff);
+    for (unsigned i = 0; i < header->e_shnum; ++i) {
+        if (sections[i].sh_type != SHT_DYNSYM) continue;
+        const char* strings = image.data() + sections[sections[i].sh_link].sh_offset;
+        const auto* symbols = reinterpret_cast<const Sym*>(image.data() + sections[i].sh_offset);
+        for (size_t s = 1; s < sections[i].sh_size / sizeof(Sym); ++s) {
+            const unsigned char binding = symbols[s].st_info >> 4;
+            if (symbols[s].st_shndx == SHN_UNDEF || (binding != STB_GLOBAL && binding != STB_WEAK))
+                continue;
+            names.push_back(strings + symbols[s].st_name);
+        }
+    }
+    return names;
+}
+
+std::vector<std::string> exportedNames() {
+    std::ifstream file(OBX_LIBRARY_PATH, std::ios::binary);
+    const std::string image((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    if (image.size() < EI_NIDENT || memcmp(image.data(), ELFMAG, SELFMAG) != 0) return {};
+    if (image[EI_CLASS] == ELFCLASS64) return definedDynamicSymbols<Elf64_Ehdr, Elf64_Shdr, Elf64_Sym>(image);
+    return definedDynamicSymbols<Elf32_Ehdr, Elf32_Shdr, Elf32_Sym>(image);
+}
+
+TEST(Conformance, NoExportOutsideTheList) {
+    std::set<std::string> allowed(std::begin(kManagementNames), std::end(kManagementNames));
+    allowed.insert(std::begin(kOptionalExtraNames), std::end(kOptionalExtraNames));
+    for (const auto& [name, op] : operationList())
+        for (const std::string& n : {op.slot, op.reference, op.pointerToSlot, op.remoteSlot})
+            if (!n.empty() && n != "-" && n[0] != '(') allowed.insert(n);
+
+    const std::vector<std::string> exported = exportedNames();
+    ASSERT_FALSE(exported.empty()) << "no dynamic symbols read from " << OBX_LIBRARY_PATH;
+    // AddressSanitizer adds an ODR indicator beside every exported variable.
+    const std::string odrIndicator = "__odr_asan.";
+    for (const std::string& name : exported) {
+        const bool indicator = name.rfind(odrIndicator, 0) == 0;
+        EXPECT_TRUE(allowed.count(indicator ? name.substr(odrIndicator.size()) : name))
+            << "unexpected export " << name;
+    }
+
+    const std::set<std::string> present(exported.begin(), exported.end());
+    for (const char* name : kManagementNames) EXPECT_TRUE(present.count(name)) << "missing export " << name;
+    printf("exported symbols: %zu\n", exported.size());
+}
+
+}  // namespace

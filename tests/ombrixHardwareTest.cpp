@@ -1,0 +1,178 @@
+// The processor-description parser, the hardware bit set and the loader of
+// the override library.
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <string>
+
+#include "ombrixRuntime.h"
+#include "ombrixTestSupport.h"
+
+namespace {
+
+using ombrix_test::LogCapture;
+
+struct CpuInfoCase {
+    const char* what;
+    std::string text;
+    uint32_t features;
+    uint32_t implementer;
+};
+
+void PrintTo(const CpuInfoCase& c, std::ostream* os) { *os << c.what; }
+
+
+const CpuInfoCase kCpuInfoCases[] = {
+    {"typical ARMv7 with NEON",
+     "processor\t: 0\nFeatures\t: swp half thumb fastmult vfp edsp neon vfpv3 tls\n"
+     "CPU implementer\t: 0x41\nCPU architecture: 7\n",
+     OBX_CPU_ARMV7 | OBX_CPU_VFP | OBX_CPU_NEON, 0x41},
+    {"vfp-prefixed token does not count", "Features\t: vfpv3 neon\n", OBX_CPU_NEON, 0},
+    {"neon-prefixed token does not count", "Features\t: vfp neonx\n", OBX_CPU_VFP, 0},
+    {"tabs separate tokens", "Features\t: half\tvfp\tneon\n", OBX_CPU_VFP | OBX_CPU_NEON, 0},
+    {"last token at end of data", "Features\t: vfp neon", OBX_CPU_VFP | OBX_CPU_NEON, 0},
+    {"architecture 7", "CPU architecture: 7\n", OBX_CPU_ARMV7, 0},
+    {"architecture 8", "CPU architecture: 8\n", OBX_CPU_ARMV7, 0},
+    {"architecture 6TEJ", "CPU architecture: 6TEJ\n", 0, 0},
+    {"architecture starting with a letter", "CPU architecture: AArch64\n", 0, 0},
+    {"architecture 10 is 7 or later", "CPU architecture: 10\n", OBX_CPU_ARMV7, 0},
+    {"hexadecimal implementer after a tab", "CPU implementer\t: 0x51\n", 0, 81},
+    {"decimal implementer", "CPU implementer\t: 81\n", 0, 81},
+    {"octal implementer", "CPU implementer\t: 0121\n", 0, 81},
+    {"key only in the middle of a line", "x CPU implementer\t: 0x51\nfoo Features\t: neon\n", 0, 0},
+    {"first key at line start wins", "a Features: neon\nFeatures\t: vfp\nFeatures\t: neon\n",
+     OBX_CPU_VFP, 0},
+    {"no blank after the colon", "Features\t:vfp neon\n", 0, 0},
+    {"tab after the colon", "Features:\tvfp neon\n", 0, 0},
+    {"value runs to the line feed only", "Features\t: vfp\nneon\n", OBX_CPU_VFP, 0},
+    {"empty text", "", 0, 0},
+    {"key without colon at the end", "Features", 0, 0},
+};
+
+class CpuInfo : public ::testing::TestWithParam<CpuInfoCase> {};
+
+TEST_P(CpuInfo, Parse) {
+    const CpuInfoCase& c = GetParam();
+    uint32_t features = 0, implementer = 1234;
+    obxParseCpuInfo(c.text.data(), c.text.size(), &features, &implementer);
+    EXPECT_EQ(features, c.features) << c.what;
+    EXPECT_EQ(implementer, c.implementer) << c.what;
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, CpuInfo, ::testing::ValuesIn(kCpuInfoCases),
+                         [](const auto& info) { return "case" + std::to_string(info.index); });
+
+TEST(CpuInfoParse, MissingKeysLeaveFeaturesUnchanged) {
+    uint32_t features = OBX_CPU_ARMV7, implementer = 0;
+    const std::string text = "Features\t: neon\n";
+    obxParseCpuInfo(text.data(), text.size(), &features, &implementer);
+    EXPECT_EQ(features, OBX_CPU_ARMV7 | OBX_CPU_NEON);
+}
+
+TEST(CpuInfoParse, StopsAtTheGivenLength) {
+    const std::string text = "Features\t: vfp neon\n";
+    uint32_t features = 0, implementer = 0;
+    obxParseCpuInfo(text.data(), text.find("neon"), &features, &implementer);
+    EXPECT_EQ(features, OBX_CPU_VFP);
+}
+
+TEST(CpuInfoFile, OnlyTheFirstBlockIsExamined) {
+    std::string filler;
+    while (filler.size() < kCpuInfoReadSize) filler += "processor\t: 0\nBogoMIPS\t: 38.40\n";
+    const std::string early = "Features\t: vfp neon\n" + filler + "CPU architecture: 7\n";
+    uint32_t features = 0, implementer = 0;
+    ASSERT_TRUE(obxProbeCpuInfoFile(ombrix_test::writeTempFile(early).c_str(), &features, &implementer));
+    EXPECT_EQ(features, OBX_CPU_VFP | OBX_CPU_NEON);
+
+    // A key cut by the end of the block: its value runs to the end of the data.
+    std::string cut = filler.substr(0, kCpuInfoReadSize - 18) + "\nFeatures\t: vfp neon\n";
+    ASSERT_TRUE(obxProbeCpuInfoFile(ombrix_test::writeTempFile(cut).c_str(), &features, &implementer));
+    EXPECT_EQ(features, OBX_CPU_VFP);
+}
+
+TEST(CpuInfoFile, UnreadableFileGivesNoFeatures) {
+    uint32_t features = OBX_CPU_NEON, implementer = 0;
+    EXPECT_FALSE(obxProbeCpuInfoFile("/nonexistent/cpuinfo", &features, &implementer));
+    EXPECT_EQ(features, 0u);
+    EXPECT_FALSE(obxProbeCpuInfoFile("/", &features, &implementer)) << "a directory fails to read";
+}
+
+struct ComposeCase {
+    bool probed;
+    uint32_t features;
+    uint32_t implementer;
+    const char* platform;
+    uint32_t expected;
+};
+
+TEST(Hardware, Compose) {
+    const ComposeCase cases[] = {
+        {true, 0, 0, "", 0x2},
+        {false, 0, 0, "", 0x0},
+        {true, OBX_CPU_NEON, 0, "", 0x6},
+        {true, OBX_CPU_VFP, 0, "", 0x82},
+        {true, OBX_CPU_ARMV7, 0, "", 0x102},
+        {true, 7, 0x41, "", 0x186},
+        {true, 7, 81, "", 0x986},
+        {true, 0, 0, "kpx3190b", 0x802},
+        {true, 0, 0, "kpx3190b_suffix", 0x802},
+        {true, 0, 0, "kpx3190", 0x2},
+        {true, 0, 0, "KPX3190B", 0x2},
+        {true, 0, 0x50, "msm8960", 0x2},
+    };
+    for (const ComposeCase& c : cases)
+        EXPECT_EQ(obxComposeHardware(c.probed, c.features, c.implementer, c.platform), c.expected)
+            << c.platform << " features=" << c.features << " implementer=" << c.implementer;
+}
+
+// ---- The override library ---------------------------------------------------
+
+TEST(OverrideLibrary, LookupBeforeLoadFailsAndLogs) {
+    LogCapture log;
+    EXPECT_EQ(obxPlatformOptGetFunc("anything"), nullptr);
+    ASSERT_EQ(log.get().size(), 1u);
+    EXPECT_EQ(log.get()[0].priority, 6);
+    EXPECT_EQ(log.get()[0].tag, "ombrix_PLATFORM");
+    EXPECT_EQ(log.get()[0].text.rfind("dlsym for anything failed! \n Error:", 0), 0u) << log.get()[0].text;
+    EXPECT_EQ(obxPlatformOptClose(), 0);
+}
+
+TEST(OverrideLibrary, FailedLoadLogsPathAndError) {
+    setenv("OMBRIX_OVERRIDE_LIB", "/nonexistent/libobxopt.so", 1);
+    LogCapture log;
+    EXPECT_EQ(obxPlatformOptLoad(), -1);
+    ASSERT_EQ(log.get().size(), 2u);
+    EXPECT_EQ(log.get()[0].priority, 3);
+    EXPECT_EQ(log.get()[0].tag, "obx");
+    EXPECT_EQ(log.get()[0].text, "Loading from: /nonexistent/libobxopt.so\n");
+    EXPECT_EQ(log.get()[1].priority, 6);
+    EXPECT_EQ(log.get()[1].tag, "ombrix_PLATFORM");
+    EXPECT_EQ(log.get()[1].text.rfind("dlopen for /nonexistent/libobxopt.so failed!\n Error:", 0), 0u);
+    unsetenv("OMBRIX_OVERRIDE_LIB");
+}
+
+TEST(OverrideLibrary, LoadLookupAndClose) {
+    setenv("OMBRIX_OVERRIDE_LIB", OBX_LIBRARY_PATH, 1);
+    const std::string loaded = std::string("dlopen for ") + OBX_LIBRARY_PATH + " is successfull.\n";
+    for (int round = 0; round < 2; ++round) {  // the second load finds it open
+        LogCapture log;
+        EXPECT_EQ(obxPlatformOptLoad(), 0);
+        ASSERT_EQ(log.get().size(), 2u);
+        EXPECT_EQ(log.get()[0].text, std::string("Loading from: ") + OBX_LIBRARY_PATH + "\n");
+        EXPECT_EQ(log.get()[1].priority, 3);
+        EXPECT_EQ(log.get()[1].tag, "ombrix_PLATFORM");
+        EXPECT_EQ(log.get()[1].text, loaded);
+    }
+    EXPECT_NE(obxPlatformOptGetFunc("obxGetVersion"), nullptr);
+    {
+        LogCapture log;
+        EXPECT_EQ(obxPlatformOptGetFunc("noSuchFunction"), nullptr);
+        ASSERT_EQ(log.get().size(), 1u);
+        EXPECT_NE(log.get()[0].text.find("noSuchFunction"), std::string::npos);
+    }
+    EXPECT_EQ(obxPlatformOptClose(), 0);
+    EXPECT_EQ(obxPlatformOptGetFunc("obxGetVersion"), nullptr);
+    unsetenv("OMBRIX_OVERRIDE_LIB");
+}
+
+}  // namespace
