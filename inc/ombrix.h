@@ -123,6 +123,120 @@ typedef uint64_t probeZ9Time_fn(void);
 OBX_DECLARE_OPERATION(probeZ9Time)
 OBX_API probeZ9Time_fn probeZ9TimeC;
 
+/* ---- Smoothing filters ---------------------------------------------------- */
+
+/* Binomial ("Gaussian") filters. The interior (pixels at least r from every
+ * edge, r = 1, 2 or 5) is the exact weighted sum shifted right by 4, 8 or 20,
+ * truncating (arithmetic shift for s16/s32). Only blurBorder == 1 computes the
+ * border, each pixel normalised by the weights of the taps inside the image
+ * (truncating division); otherwise the border of dst is left untouched.
+ * Strides are in bytes. */
+typedef void obxBlurBorderu8_fn(const uint8_t* srcImg, uint32_t srcWidth, uint32_t srcHeight,
+                                uint32_t srcStride, uint8_t* dstImg, uint32_t dstStride,
+                                uint32_t blurBorder);
+typedef void obxBlurBorders16_fn(const int16_t* srcImg, uint32_t srcWidth, uint32_t srcHeight,
+                                 uint32_t srcStride, int16_t* dstImg, uint32_t dstStride,
+                                 uint32_t blurBorder);
+typedef void obxBlurBorders32_fn(const int32_t* srcImg, uint32_t srcWidth, uint32_t srcHeight,
+                                 uint32_t srcStride, int32_t* dstImg, uint32_t dstStride,
+                                 uint32_t blurBorder);
+
+typedef obxBlurBorderu8_fn obxFilterGaussian3x3u8_v2_fn;
+OBX_DECLARE_OPERATION(obxFilterGaussian3x3u8_v2)
+OBX_API obxBlurBorderu8_fn obxFilterGaussian3x3u8C;
+
+typedef obxBlurBorderu8_fn obxFilterGaussian5x5u8_v2_fn;
+OBX_DECLARE_OPERATION(obxFilterGaussian5x5u8_v2)
+OBX_API obxBlurBorderu8_fn obxFilterGaussian5x5u8C;
+
+typedef obxBlurBorderu8_fn obxFilterGaussian11x11u8_v2_fn;
+OBX_DECLARE_OPERATION(obxFilterGaussian11x11u8_v2)
+OBX_API obxBlurBorderu8_fn obxFilterGaussian11x11u8C;
+
+typedef obxBlurBorders16_fn obxFilterGaussian5x5s16_v2_fn;
+OBX_DECLARE_OPERATION(obxFilterGaussian5x5s16_v2)
+OBX_API obxBlurBorders16_fn obxFilterGaussian5x5s16C;
+
+typedef obxBlurBorders32_fn obxFilterGaussian5x5s32_v2_fn;
+OBX_DECLARE_OPERATION(obxFilterGaussian5x5s32_v2)
+OBX_API obxBlurBorders32_fn obxFilterGaussian5x5s32C;
+
+/* u8 -> u8 filters of a 3x3 (or n x n) neighbourhood: src, size, stride, dst, dstStride. */
+typedef void obxNeighbourhoodu8_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                   uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+
+/* Box (mean) filters: every pixel, border included, is the n x n sum with
+ * outside pixels counted as 0, times 7282, 2621 or 542, plus 32768, >> 16. */
+typedef obxNeighbourhoodu8_fn obxBoxFilter3x3u8_fn;
+OBX_DECLARE_OPERATION(obxBoxFilter3x3u8)
+OBX_API obxNeighbourhoodu8_fn obxBoxFilter3x3u8C;
+
+typedef obxNeighbourhoodu8_fn obxBoxFilter5x5u8_fn;
+OBX_DECLARE_OPERATION(obxBoxFilter5x5u8)
+OBX_API obxNeighbourhoodu8_fn obxBoxFilter5x5u8C;
+
+typedef obxNeighbourhoodu8_fn obxBoxFilter11x11u8_fn;
+OBX_DECLARE_OPERATION(obxBoxFilter11x11u8)
+OBX_API obxNeighbourhoodu8_fn obxBoxFilter11x11u8C;
+/* The vector 11x11 box filter, exported beside the table (same results). */
+OBX_API obxNeighbourhoodu8_fn obxBoxFilter11x11u8V2;
+
+/* ---- Median, morphology and thresholds ---------------------------------------- */
+
+/* Exact median of each interior 3x3 neighbourhood; the outer rows and
+ * columns of dst are not written. */
+typedef obxNeighbourhoodu8_fn obxFilterMedian3x3u8_v2_fn;
+OBX_DECLARE_OPERATION(obxFilterMedian3x3u8_v2)
+OBX_API obxNeighbourhoodu8_fn obxFilterMedian3x3u8C;
+
+/* Maximum / minimum of the 3x3 neighbourhood pixels inside the image, for
+ * every pixel. */
+typedef obxNeighbourhoodu8_fn obxFilterDilate3x3u8_v2_fn;
+OBX_DECLARE_OPERATION(obxFilterDilate3x3u8_v2)
+OBX_API obxNeighbourhoodu8_fn obxFilterDilate3x3u8C;
+
+typedef obxNeighbourhoodu8_fn obxFilterErode3x3u8_v2_fn;
+OBX_DECLARE_OPERATION(obxFilterErode3x3u8_v2)
+OBX_API obxNeighbourhoodu8_fn obxFilterErode3x3u8C;
+
+/* dst = src < threshold ? 0 : 255. */
+typedef void obxFilterThresholdu8_v2_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                        uint32_t srcStride, uint8_t* dst, uint32_t dstStride,
+                                        uint32_t threshold);
+OBX_DECLARE_OPERATION(obxFilterThresholdu8_v2)
+OBX_API obxFilterThresholdu8_v2_fn obxFilterThresholdu8C;
+
+/* Adaptive thresholds: with T = local average - value, thresholdType 0
+ * writes maxValue where src > T and 0 elsewhere, 1 the inverse; any other
+ * type zero-fills dst. The local average comes from the smoothing slots. */
+typedef void obxAdaptiveThresholdu8_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                       uint32_t srcStride, int32_t maxValue, int32_t thresholdType,
+                                       int32_t value, uint8_t* dst, uint32_t dstStride);
+
+typedef obxAdaptiveThresholdu8_fn obxAdaptiveThresholdGaussian3x3u8_fn;
+OBX_DECLARE_OPERATION(obxAdaptiveThresholdGaussian3x3u8)
+OBX_API obxAdaptiveThresholdu8_fn obxAdaptiveThresholdGaussian3x3u8C;
+
+typedef obxAdaptiveThresholdu8_fn obxAdaptiveThresholdGaussian5x5u8_fn;
+OBX_DECLARE_OPERATION(obxAdaptiveThresholdGaussian5x5u8)
+OBX_API obxAdaptiveThresholdu8_fn obxAdaptiveThresholdGaussian5x5u8C;
+
+typedef obxAdaptiveThresholdu8_fn obxAdaptiveThresholdGaussian11x11u8_fn;
+OBX_DECLARE_OPERATION(obxAdaptiveThresholdGaussian11x11u8)
+OBX_API obxAdaptiveThresholdu8_fn obxAdaptiveThresholdGaussian11x11u8C;
+
+typedef obxAdaptiveThresholdu8_fn obxAdaptiveThresholdMean3x3u8_fn;
+OBX_DECLARE_OPERATION(obxAdaptiveThresholdMean3x3u8)
+OBX_API obxAdaptiveThresholdu8_fn obxAdaptiveThresholdMean3x3u8C;
+
+typedef obxAdaptiveThresholdu8_fn obxAdaptiveThresholdMean5x5u8_fn;
+OBX_DECLARE_OPERATION(obxAdaptiveThresholdMean5x5u8)
+OBX_API obxAdaptiveThresholdu8_fn obxAdaptiveThresholdMean5x5u8C;
+
+typedef obxAdaptiveThresholdu8_fn obxAdaptiveThresholdMean11x11u8_fn;
+OBX_DECLARE_OPERATION(obxAdaptiveThresholdMean11x11u8)
+OBX_API obxAdaptiveThresholdu8_fn obxAdaptiveThresholdMean11x11u8C;
+
 #ifdef __cplusplus
 }
 #endif

@@ -7,6 +7,7 @@
 #include <stdlib.h>
 
 #include <algorithm>
+#include <ostream>
 #include <random>
 #include <string>
 #include <vector>
@@ -81,6 +82,104 @@ private:
 
 inline void fillRandom(uint8_t* data, size_t size, std::mt19937& rng) {
     for (size_t i = 0; i < size; ++i) data[i] = static_cast<uint8_t>(rng());
+}
+
+// A 2-D image of T with `stride` bytes between rows, placed `misalignment`
+// bytes past a 64-byte boundary, with guard bytes before the first row,
+// after the last and in every row's padding. Only pixels may change.
+template <typename T>
+class GuardedImage {
+public:
+    GuardedImage(uint32_t width, uint32_t height, uint32_t strideBytes, size_t misalignment)
+        : width_(width), height_(height), stride_(strideBytes),
+          buffer_(static_cast<size_t>(strideBytes) * height, misalignment) {}
+
+    T* data() { return reinterpret_cast<T*>(buffer_.data()); }
+    const T* data() const { return reinterpret_cast<const T*>(buffer_.data()); }
+    uint32_t width() const { return width_; }
+    uint32_t height() const { return height_; }
+    uint32_t stride() const { return stride_; }  // bytes
+    T* row(uint32_t y) { return reinterpret_cast<T*>(buffer_.data() + static_cast<size_t>(y) * stride_); }
+    const T* row(uint32_t y) const {
+        return reinterpret_cast<const T*>(buffer_.data() + static_cast<size_t>(y) * stride_);
+    }
+    T& at(uint32_t x, uint32_t y) { return row(y)[x]; }
+    T at(uint32_t x, uint32_t y) const { return row(y)[x]; }
+
+    // Random pixels over the whole range of T.
+    void fillRandom(std::mt19937& rng) {
+        for (uint32_t y = 0; y < height_; ++y)
+            for (uint32_t x = 0; x < width_; ++x) row(y)[x] = static_cast<T>(rng());
+    }
+    void fill(T value) {
+        for (uint32_t y = 0; y < height_; ++y)
+            for (uint32_t x = 0; x < width_; ++x) row(y)[x] = value;
+    }
+    void copyPixelsFrom(const GuardedImage& other) {
+        for (uint32_t y = 0; y < height_; ++y)
+            for (uint32_t x = 0; x < width_; ++x) row(y)[x] = other.at(x, y);
+    }
+
+    // True when no byte outside the pixels has changed: the guards and the
+    // padding at the end of every row.
+    bool guardsIntact() const {
+        if (!buffer_.guardsIntact()) return false;
+        const size_t rowBytes = sizeof(T) * width_;
+        for (uint32_t y = 0; y < height_; ++y) {
+            const uint8_t* padding = buffer_.data() + static_cast<size_t>(y) * stride_ + rowBytes;
+            for (size_t i = rowBytes; i < stride_; ++i)
+                if (padding[i - rowBytes] != GuardedBuffer::kSentinel) return false;
+        }
+        return true;
+    }
+
+private:
+    uint32_t width_, height_, stride_;
+    GuardedBuffer buffer_;
+};
+
+// Empty when the pixels agree; otherwise the first difference and the count.
+template <typename T>
+std::string pixelDifference(const GuardedImage<T>& expected, const GuardedImage<T>& actual) {
+    size_t count = 0;
+    std::string first;
+    for (uint32_t y = 0; y < expected.height(); ++y) {
+        for (uint32_t x = 0; x < expected.width(); ++x) {
+            if (expected.at(x, y) == actual.at(x, y)) continue;
+            if (count++ == 0)
+                first = "first at (" + std::to_string(x) + ", " + std::to_string(y) + "): expected " +
+                        std::to_string(+expected.at(x, y)) + ", got " + std::to_string(+actual.at(x, y));
+        }
+    }
+    return count ? std::to_string(count) + " pixels differ, " + first : std::string();
+}
+
+// The shapes a vector variant is compared on: every small size, a spread of
+// random sizes up to a few hundred, row padding and misaligned rows.
+struct ImageGeometry {
+    uint32_t width, height;
+    uint32_t srcPadding, dstPadding;  // elements beyond the width in each row
+    size_t srcOffset, dstOffset;      // bytes past a 64-byte boundary
+};
+
+inline std::ostream& operator<<(std::ostream& os, const ImageGeometry& g) {
+    return os << g.width << "x" << g.height << " padding " << g.srcPadding << "/" << g.dstPadding
+              << " offsets " << g.srcOffset << "/" << g.dstOffset;
+}
+
+inline std::vector<ImageGeometry> comparisonGeometries(uint32_t minWidth, uint32_t minHeight,
+                                                       uint32_t seed, int randomCount = 60) {
+    std::mt19937 rng(seed);
+    std::vector<ImageGeometry> shapes;
+    auto add = [&](uint32_t w, uint32_t h) {
+        shapes.push_back({w, h, static_cast<uint32_t>(rng() % 3 == 0 ? 0 : rng() % 40),
+                          static_cast<uint32_t>(rng() % 3 == 0 ? 0 : rng() % 40), rng() % 16, rng() % 16});
+    };
+    for (uint32_t w = minWidth; w < minWidth + 40; ++w) add(w, minHeight + rng() % 6);
+    for (uint32_t h = minHeight; h < minHeight + 8; ++h) add(minWidth + rng() % 50, h);
+    for (int i = 0; i < randomCount; ++i) add(minWidth + rng() % 400, minHeight + rng() % 60);
+    add(640, 48);
+    return shapes;
 }
 
 // The regular expression matching exactly one assertion log line on stderr.

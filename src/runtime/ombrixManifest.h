@@ -45,6 +45,12 @@ OBX_KERNEL_FIXED(obxGetScratchBufferAligned, obxScratchGetAligned)
 OBX_KERNEL_FIXED(obxGetScratchBufferUnaligned, obxScratchGetUnaligned)
 OBX_KERNEL_FIXED(obxReleaseScratchBuffer, obxScratchRelease)
 
+/* Filtering: Gaussian smoothing and median */
+
+/* Filtering: box smoothing, morphology, global threshold */
+
+/* Filtering: adaptive thresholds */
+
 #undef OBX_OP
 #undef OBX_OP_REF
 #undef OBX_OP_STATIC
