@@ -46,6 +46,12 @@ OBX_KERNEL_FIXED(obxGetScratchBufferUnaligned, obxScratchGetUnaligned)
 OBX_KERNEL_FIXED(obxReleaseScratchBuffer, obxScratchRelease)
 
 /* Filtering: Gaussian smoothing and median */
+OBX_OP(obxFilterGaussian3x3u8_v2, obxFilterGaussian3x3u8C, obxFilterGaussian3x3u8V)
+OBX_OP(obxFilterGaussian5x5u8_v2, obxFilterGaussian5x5u8C, obxFilterGaussian5x5u8V)
+OBX_OP(obxFilterGaussian11x11u8_v2, obxFilterGaussian11x11u8C, obxFilterGaussian11x11u8V)
+OBX_OP(obxFilterGaussian5x5s16_v2, obxFilterGaussian5x5s16C, obxFilterGaussian5x5s16V)
+OBX_OP(obxFilterGaussian5x5s32_v2, obxFilterGaussian5x5s32C, obxFilterGaussian5x5s32V)
+OBX_OP(obxFilterMedian3x3u8_v2, obxFilterMedian3x3u8C, obxFilterMedian3x3u8V)
 
 /* Filtering: box smoothing, morphology, global threshold */
 

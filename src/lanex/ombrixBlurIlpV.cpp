@@ -1,0 +1,91 @@
+// Vector variants of the 5x5 binomial filter on signed 32-bit images and of
+// the 3x3 median on 8-bit images.
+#include "ombrixAssert.h"
+#include "ombrixBlurLanes.h"
+#include "ombrixKernels.h"
+#include "ombrixNeon.h"
+
+namespace {
+
+using ombrix_blur::blurVector;
+using ombrix_blur::ScalarStages;
+
+// 5x5 on s32: sums are formed on the u32 bit patterns, so they wrap exactly
+// like the reference's; the final shift is arithmetic on the s32 view.
+struct Gaussian5x5s32 : ScalarStages<int32_t, 2, uint32_t> {
+    static constexpr ptrdiff_t kColumnLanes = 4, kOutputLanes = 4;
+
+    static inline uint32x4_t weigh(uint32x4_t a0, uint32x4_t a1, uint32x4_t a2, uint32x4_t a3, uint32x4_t a4) {
+        const uint32x4_t sum = vaddq_u32(vaddq_u32(a0, a4), vshlq_n_u32(vaddq_u32(a1, a3), 2));
+        return vmlaq_n_u32(sum, a2, 6);
+    }
+    static inline uint32x4_t load(const int32_t* p) { return vreinterpretq_u32_s32(vld1q_s32(p)); }
+    static inline void columns(const int32_t* const* rows, ptrdiff_t x, uint32_t* mid) {
+        vst1q_u32(mid, weigh(load(rows[0] + x), load(rows[1] + x), load(rows[2] + x), load(rows[3] + x),
+                             load(rows[4] + x)));
+    }
+    static inline void outputs(const uint32_t* m, int32_t* out) {
+        const uint32x4_t sum = weigh(vld1q_u32(m), vld1q_u32(m + 1), vld1q_u32(m + 2), vld1q_u32(m + 3), vld1q_u32(m + 4));
+        vst1q_s32(out, vshrq_n_s32(vreinterpretq_s32_u32(sum), 8));
+    }
+};
+
+// Three rows of 16 pixels sorted lane by lane.
+struct SortedLanes {
+    uint8x16_t lo, mid, hi;
+};
+
+inline SortedLanes sortLanes(uint8x16_t a, uint8x16_t b, uint8x16_t c) {
+    const uint8x16_t lo = vminq_u8(a, b), hi = vmaxq_u8(a, b);
+    const uint8x16_t top = vmaxq_u8(hi, c), low = vminq_u8(hi, c);
+    return {vminq_u8(lo, low), vmaxq_u8(lo, low), top};
+}
+
+inline uint8x16_t median3Lanes(uint8x16_t a, uint8x16_t b, uint8x16_t c) {
+    return vmaxq_u8(vminq_u8(a, b), vminq_u8(vmaxq_u8(a, b), c));
+}
+
+inline SortedLanes sortedColumnsAt(const uint8_t* const* rows, ptrdiff_t x) {
+    return sortLanes(vld1q_u8(rows[0] + x), vld1q_u8(rows[1] + x), vld1q_u8(rows[2] + x));
+}
+
+// Medians of the 16 neighbourhoods whose left columns start at x: the same
+// sorted-column selection as the reference, sixteen pixels at a time.
+inline uint8x16_t median16(const uint8_t* const* rows, ptrdiff_t x) {
+    const SortedLanes l = sortedColumnsAt(rows, x), c = sortedColumnsAt(rows, x + 1), r = sortedColumnsAt(rows, x + 2);
+    const uint8x16_t maxLo = vmaxq_u8(vmaxq_u8(l.lo, c.lo), r.lo);
+    const uint8x16_t minHi = vminq_u8(vminq_u8(l.hi, c.hi), r.hi);
+    return median3Lanes(maxLo, median3Lanes(l.mid, c.mid, r.mid), minHi);
+}
+
+}  // namespace
+
+extern "C" {
+
+void obxFilterGaussian5x5s32V(const int32_t* srcImg, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                              int32_t* dstImg, uint32_t dstStride, uint32_t blurBorder) {
+    // Byte strides to elements, a remainder dropped, before they are checked.
+    srcStride /= sizeof(int32_t);
+    dstStride /= sizeof(int32_t);
+    OMBRIX_ASSERT(srcImg && dstImg && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride && srcWidth > 4 && srcHeight > 4);
+    blurVector<Gaussian5x5s32>(srcImg, srcWidth, srcHeight, srcStride, dstImg, dstStride, blurBorder);
+}
+
+void obxFilterMedian3x3u8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                           uint8_t* dst, uint32_t dstStride) {
+    using namespace ombrix_blur;
+    OMBRIX_ASSERT(src && dst && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride);
+    if (srcWidth < 3 || srcHeight < 3) return;
+    const ptrdiff_t interior = interiorWidth(srcWidth, 1);
+    for (uint32_t y = 1; y + 1 < srcHeight; ++y) {
+        const uint8_t* rows[3] = {rowAt(src, srcStride, y - 1), rowAt(src, srcStride, y), rowAt(src, srcStride, y + 1)};
+        uint8_t* out = rowAt(dst, dstStride, y) + 1;
+        forEachStep(
+            interior, 16, [&](ptrdiff_t x) { vst1q_u8(out + x, median16(rows, x)); },
+            [&](ptrdiff_t x) {
+                out[x] = medianOfColumns(sortedColumnAt(rows, x), sortedColumnAt(rows, x + 1), sortedColumnAt(rows, x + 2));
+            });
+    }
+}
+
+}  // extern "C"

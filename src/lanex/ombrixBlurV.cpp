@@ -1,0 +1,166 @@
+// Vector variants of the binomial smoothing filters on 8-bit and signed
+// 16-bit images: the vertical kernel into column sums, then the horizontal
+// kernel, both in NEON lanes wide enough to keep every sum exact.
+#include "ombrixAssert.h"
+#include "ombrixBlurLanes.h"
+#include "ombrixKernels.h"
+#include "ombrixNeon.h"
+
+namespace {
+
+using ombrix_blur::blurVector;
+using ombrix_blur::ScalarStages;
+
+// 3x3 on u8: column sums a + 2b + c <= 1020 and the 2-D sum <= 4080 both fit
+// u16 lanes.
+struct Gaussian3x3u8 : ScalarStages<uint8_t, 1, uint16_t> {
+    static constexpr ptrdiff_t kColumnLanes = 16, kOutputLanes = 16;
+
+    static inline uint16x8_t weighColumn(uint8x8_t a, uint8x8_t b, uint8x8_t c) {
+        return vaddq_u16(vaddl_u8(a, c), vshll_n_u8(b, 1));
+    }
+    static inline void columns(const uint8_t* const* rows, ptrdiff_t x, uint16_t* mid) {
+        const uint8x16_t a = vld1q_u8(rows[0] + x), b = vld1q_u8(rows[1] + x), c = vld1q_u8(rows[2] + x);
+        vst1q_u16(mid, weighColumn(vget_low_u8(a), vget_low_u8(b), vget_low_u8(c)));
+        vst1q_u16(mid + 8, weighColumn(vget_high_u8(a), vget_high_u8(b), vget_high_u8(c)));
+    }
+    static inline uint8x8_t row(const uint16_t* m) {
+        const uint16x8_t sum = vaddq_u16(vaddq_u16(vld1q_u16(m), vld1q_u16(m + 2)), vshlq_n_u16(vld1q_u16(m + 1), 1));
+        return vshrn_n_u16(sum, 4);
+    }
+    static inline void outputs(const uint16_t* mid, uint8_t* out) {
+        vst1q_u8(out, vcombine_u8(row(mid), row(mid + 8)));
+    }
+};
+
+// 5x5 on u8: column sums <= 16 * 255 and the 2-D sum <= 256 * 255 fit u16.
+struct Gaussian5x5u8 : ScalarStages<uint8_t, 2, uint16_t> {
+    static constexpr ptrdiff_t kColumnLanes = 16, kOutputLanes = 16;
+
+    static inline uint16x8_t weighColumn(uint8x8_t a0, uint8x8_t a1, uint8x8_t a2, uint8x8_t a3, uint8x8_t a4) {
+        const uint16x8_t outer = vaddl_u8(a0, a4), inner = vshlq_n_u16(vaddl_u8(a1, a3), 2);
+        return vmlal_u8(vaddq_u16(outer, inner), a2, vdup_n_u8(6));
+    }
+    static inline void columns(const uint8_t* const* rows, ptrdiff_t x, uint16_t* mid) {
+        uint8x16_t a[5];
+        for (int j = 0; j < 5; ++j) a[j] = vld1q_u8(rows[j] + x);
+        vst1q_u16(mid, weighColumn(vget_low_u8(a[0]), vget_low_u8(a[1]), vget_low_u8(a[2]), vget_low_u8(a[3]),
+                              vget_low_u8(a[4])));
+        vst1q_u16(mid + 8, weighColumn(vget_high_u8(a[0]), vget_high_u8(a[1]), vget_high_u8(a[2]),
+                                  vget_high_u8(a[3]), vget_high_u8(a[4])));
+    }
+    static inline uint8x8_t row(const uint16_t* m) {
+        const uint16x8_t outer = vaddq_u16(vld1q_u16(m), vld1q_u16(m + 4));
+        const uint16x8_t inner = vshlq_n_u16(vaddq_u16(vld1q_u16(m + 1), vld1q_u16(m + 3)), 2);
+        return vshrn_n_u16(vmlaq_n_u16(vaddq_u16(outer, inner), vld1q_u16(m + 2), 6), 8);
+    }
+    static inline void outputs(const uint16_t* mid, uint8_t* out) {
+        vst1q_u8(out, vcombine_u8(row(mid), row(mid + 8)));
+    }
+};
+
+// 11x11 on u8: column sums reach 1024 * 255, so they are kept in u32 lanes;
+// the 2-D sum (at most 255 << 20) fits too. Symmetric taps are paired first
+// (a pair of u8 fits u16) and then widened by multiply-accumulate.
+struct Gaussian11x11u8 : ScalarStages<uint8_t, 5, uint32_t> {
+    static constexpr ptrdiff_t kColumnLanes = 8, kOutputLanes = 8;
+
+    static inline uint32x4_t weigh(const uint16x4_t p[5], uint16x4_t centre) {
+        uint32x4_t sum = vmovl_u16(p[0]);
+        sum = vmlal_n_u16(sum, p[1], 10);
+        sum = vmlal_n_u16(sum, p[2], 45);
+        sum = vmlal_n_u16(sum, p[3], 120);
+        sum = vmlal_n_u16(sum, p[4], 210);
+        return vmlal_n_u16(sum, centre, 252);
+    }
+    static inline void columns(const uint8_t* const* rows, ptrdiff_t x, uint32_t* mid) {
+        uint16x8_t pairs[5];
+        for (int j = 0; j < 5; ++j) pairs[j] = vaddl_u8(vld1_u8(rows[j] + x), vld1_u8(rows[10 - j] + x));
+        const uint16x8_t centre = vmovl_u8(vld1_u8(rows[5] + x));
+        uint16x4_t low[5], high[5];
+        for (int j = 0; j < 5; ++j) {
+            low[j] = vget_low_u16(pairs[j]);
+            high[j] = vget_high_u16(pairs[j]);
+        }
+        vst1q_u32(mid, weigh(low, vget_low_u16(centre)));
+        vst1q_u32(mid + 4, weigh(high, vget_high_u16(centre)));
+    }
+    static inline uint16x4_t row(const uint32_t* m) {
+        uint32x4_t sum = vaddq_u32(vld1q_u32(m), vld1q_u32(m + 10));
+        sum = vmlaq_n_u32(sum, vaddq_u32(vld1q_u32(m + 1), vld1q_u32(m + 9)), 10);
+        sum = vmlaq_n_u32(sum, vaddq_u32(vld1q_u32(m + 2), vld1q_u32(m + 8)), 45);
+        sum = vmlaq_n_u32(sum, vaddq_u32(vld1q_u32(m + 3), vld1q_u32(m + 7)), 120);
+        sum = vmlaq_n_u32(sum, vaddq_u32(vld1q_u32(m + 4), vld1q_u32(m + 6)), 210);
+        sum = vmlaq_n_u32(sum, vld1q_u32(m + 5), 252);
+        return vmovn_u32(vshrq_n_u32(sum, 20));
+    }
+    static inline void outputs(const uint32_t* mid, uint8_t* out) {
+        vst1_u8(out, vmovn_u16(vcombine_u16(row(mid), row(mid + 4))));
+    }
+};
+
+// 5x5 on s16: column sums (|v| <= 16 * 32768) and the 2-D sum (|v| <= 2^23)
+// fit s32 lanes without overflow; they are stored as their u32 bit patterns.
+struct Gaussian5x5s16 : ScalarStages<int16_t, 2, uint32_t> {
+    static constexpr ptrdiff_t kColumnLanes = 8, kOutputLanes = 8;
+
+    static inline int32x4_t weighColumn(int16x4_t a0, int16x4_t a1, int16x4_t a2, int16x4_t a3, int16x4_t a4) {
+        const int32x4_t sum = vmlaq_n_s32(vaddl_s16(a0, a4), vaddl_s16(a1, a3), 4);
+        return vmlal_n_s16(sum, a2, 6);
+    }
+    static inline void columns(const int16_t* const* rows, ptrdiff_t x, uint32_t* mid) {
+        int16x8_t a[5];
+        for (int j = 0; j < 5; ++j) a[j] = vld1q_s16(rows[j] + x);
+        vst1q_u32(mid, vreinterpretq_u32_s32(weighColumn(vget_low_s16(a[0]), vget_low_s16(a[1]), vget_low_s16(a[2]),
+                                                    vget_low_s16(a[3]), vget_low_s16(a[4]))));
+        vst1q_u32(mid + 4, vreinterpretq_u32_s32(weighColumn(vget_high_s16(a[0]), vget_high_s16(a[1]),
+                                                        vget_high_s16(a[2]), vget_high_s16(a[3]),
+                                                        vget_high_s16(a[4]))));
+    }
+    static inline int32x4_t load(const uint32_t* m) { return vreinterpretq_s32_u32(vld1q_u32(m)); }
+    static inline int16x4_t row(const uint32_t* m) {
+        const int32x4_t sum = vmlaq_n_s32(vaddq_s32(load(m), load(m + 4)), vaddq_s32(load(m + 1), load(m + 3)), 4);
+        return vshrn_n_s32(vmlaq_n_s32(sum, load(m + 2), 6), 8);
+    }
+    static inline void outputs(const uint32_t* mid, int16_t* out) {
+        vst1q_s16(out, vcombine_s16(row(mid), row(mid + 4)));
+    }
+};
+
+}  // namespace
+
+extern "C" {
+
+void obxFilterGaussian3x3u8V(const uint8_t* srcImg, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                             uint8_t* dstImg, uint32_t dstStride, uint32_t blurBorder) {
+    OMBRIX_ASSERT(srcImg && dstImg && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride);
+    // The same bound as the reference's six-pixel grouping, so that the
+    // widths it rejects are rejected here too.
+    const int32_t w_2 = static_cast<int32_t>(srcWidth) - 2;
+    const int32_t w6 = w_2 / 6 * 6;
+    OMBRIX_ASSERT(w6<=w_2 && w6>=w_2-5);
+    blurVector<Gaussian3x3u8>(srcImg, srcWidth, srcHeight, srcStride, dstImg, dstStride, blurBorder);
+}
+
+void obxFilterGaussian5x5u8V(const uint8_t* srcImg, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                             uint8_t* dstImg, uint32_t dstStride, uint32_t blurBorder) {
+    OMBRIX_ASSERT(srcImg && dstImg && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride && srcHeight > 4 && srcWidth > 4);
+    blurVector<Gaussian5x5u8>(srcImg, srcWidth, srcHeight, srcStride, dstImg, dstStride, blurBorder);
+}
+
+void obxFilterGaussian11x11u8V(const uint8_t* srcImg, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                               uint8_t* dstImg, uint32_t dstStride, uint32_t blurBorder) {
+    OMBRIX_ASSERT(srcImg && dstImg && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride && srcHeight > 10 && srcWidth > 10);
+    blurVector<Gaussian11x11u8>(srcImg, srcWidth, srcHeight, srcStride, dstImg, dstStride, blurBorder);
+}
+
+void obxFilterGaussian5x5s16V(const int16_t* srcImg, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                              int16_t* dstImg, uint32_t dstStride, uint32_t blurBorder) {
+    // Byte strides to elements, a remainder dropped, before they are checked.
+    srcStride /= sizeof(int16_t);
+    dstStride /= sizeof(int16_t);
+    OMBRIX_ASSERT(srcImg && dstImg && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride && srcHeight > 1);
+    blurVector<Gaussian5x5s16>(srcImg, srcWidth, srcHeight, srcStride, dstImg, dstStride, blurBorder);
+}
+
+}  // extern "C"
