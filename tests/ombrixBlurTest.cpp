@@ -110,7 +110,7 @@ template <typename T>
 void runBoth(const BlurOp<T>& op, const GuardedImage<T>& src, uint32_t blurBorder,
              const std::function<void(const GuardedImage<T>&, const char*)>& check, T initial = T{77}) {
     for (int v = 0; v < 2; ++v) {
-        GuardedImage<T> dst(src.width(), src.height(), src.stride(), 5);
+        GuardedImage<T> dst(src.width(), src.height(), src.stride(), 5 * sizeof(T));  // misaligned rows, aligned elements
         dst.fill(initial);
         (v ? op.vector : op.reference)(src.data(), src.width(), src.height(), src.stride(), dst.data(),
                                        dst.stride(), blurBorder);

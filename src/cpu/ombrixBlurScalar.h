@@ -114,27 +114,48 @@ static void blurInteriorReference(const Pixel* src, uint32_t width, uint32_t hei
     }
 }
 
-// One border pixel: the weighted sum over the taps inside the image divided
-// by the sum of those taps' weights, truncating toward zero (for 8-bit
-// images the sum is non-negative, so this is the unsigned quotient).
+// Border pixels x in [xBegin, xEnd) of row y. Each is the weighted sum over
+// the taps inside the image divided by the sum of those taps' weights,
+// truncating toward zero (for 8-bit images the sum is non-negative, so this
+// is the unsigned quotient). The weights factor into a vertical and a
+// horizontal part, so the sum is formed from column sums over the rows
+// inside, kept for the 2R+1 columns around x (0 for columns outside).
 template <typename Pixel, int R>
-static inline Pixel borderPixel(const Pixel* src, uint32_t width, uint32_t height, uint32_t srcStride,
-                                uint32_t x, uint32_t y) {
-    const uint32_t y0 = y >= static_cast<uint32_t>(R) ? y - R : 0;
-    const uint32_t y1 = y + R < height ? y + R : height - 1;
-    const uint32_t x0 = x >= static_cast<uint32_t>(R) ? x - R : 0;
-    const uint32_t x1 = x + R < width ? x + R : width - 1;
-    uint32_t sum = 0, weight = 0;
-    for (uint32_t sy = y0; sy <= y1; ++sy) {
-        const Pixel* row = rowAt(src, srcStride, sy);
-        const uint32_t wy = Binomial<R>::taps[sy + R - y];
-        for (uint32_t sx = x0; sx <= x1; ++sx) {
-            const uint32_t w = wy * Binomial<R>::taps[sx + R - x];
-            sum += w * widen(row[sx]);
-            weight += w;
-        }
+static void blurBorderSpan(const Pixel* src, uint32_t width, uint32_t height, uint32_t srcStride, Pixel* out,
+                           uint32_t y, uint32_t xBegin, uint32_t xEnd) {
+    constexpr int kTaps = 2 * R + 1;
+    const Pixel* rows[kTaps];
+    uint32_t rowTaps[kTaps];
+    int rowCount = 0;
+    uint32_t rowWeight = 0;
+    for (int j = 0; j < kTaps; ++j) {
+        const int64_t sy = static_cast<int64_t>(y) + j - R;
+        if (sy < 0 || sy >= static_cast<int64_t>(height)) continue;
+        rows[rowCount] = rowAt(src, srcStride, static_cast<uint32_t>(sy));
+        rowTaps[rowCount++] = Binomial<R>::taps[j];
+        rowWeight += Binomial<R>::taps[j];
     }
-    return static_cast<Pixel>(static_cast<int32_t>(sum) / static_cast<int32_t>(weight));
+    auto column = [&](int64_t sx) {
+        if (sx < 0 || sx >= static_cast<int64_t>(width)) return uint32_t{0};
+        uint32_t sum = 0;
+        for (int k = 0; k < rowCount; ++k) sum += rowTaps[k] * widen(rows[k][sx]);
+        return sum;
+    };
+    // cols[i] is the column sum of source column x - R + i.
+    uint32_t cols[kTaps];
+    for (int i = 0; i < kTaps - 1; ++i) cols[i + 1] = column(static_cast<int64_t>(xBegin) - R + i);
+    for (uint32_t x = xBegin; x < xEnd; ++x) {
+        for (int i = 0; i < kTaps - 1; ++i) cols[i] = cols[i + 1];
+        cols[kTaps - 1] = column(static_cast<int64_t>(x) + R);
+        uint32_t sum = 0, columnWeight = 0;
+        for (int i = 0; i < kTaps; ++i) {
+            const int64_t sx = static_cast<int64_t>(x) + i - R;
+            if (sx < 0 || sx >= static_cast<int64_t>(width)) continue;
+            sum += Binomial<R>::taps[i] * cols[i];
+            columnWeight += Binomial<R>::taps[i];
+        }
+        out[x] = static_cast<Pixel>(static_cast<int32_t>(sum) / static_cast<int32_t>(rowWeight * columnWeight));
+    }
 }
 
 // Every border pixel: the first and last R rows in full, the first and last
@@ -147,12 +168,12 @@ static void blurBorderReference(const Pixel* src, uint32_t width, uint32_t heigh
     const uint32_t right = width - left > static_cast<uint32_t>(R) ? width - R : left;
     for (uint32_t y = 0; y < height; ++y) {
         Pixel* out = rowAt(dst, dstStride, y);
-        const bool wholeRow = y < static_cast<uint32_t>(R) || y + R >= height;
-        for (uint32_t x = 0; x < left; ++x) out[x] = borderPixel<Pixel, R>(src, width, height, srcStride, x, y);
-        for (uint32_t x = left; wholeRow && x < right; ++x)
-            out[x] = borderPixel<Pixel, R>(src, width, height, srcStride, x, y);
-        for (uint32_t x = right; x < width; ++x)
-            out[x] = borderPixel<Pixel, R>(src, width, height, srcStride, x, y);
+        if (y < static_cast<uint32_t>(R) || y + R >= height) {
+            blurBorderSpan<Pixel, R>(src, width, height, srcStride, out, y, 0, width);
+        } else {
+            blurBorderSpan<Pixel, R>(src, width, height, srcStride, out, y, 0, left);
+            blurBorderSpan<Pixel, R>(src, width, height, srcStride, out, y, right, width);
+        }
     }
 }
 

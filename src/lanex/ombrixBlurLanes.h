@@ -23,8 +23,69 @@
 #include <stdint.h>
 
 #include "../cpu/ombrixBlurScalar.h"
+#include "ombrixNeon.h"
 
 namespace ombrix_blur {
+
+// ---- Widening arithmetic on whole q registers -----------------------------------
+//
+// Each helper widens all lanes of its 128-bit inputs into a pair of 128-bit
+// results (low half, high half). ARM has fused widening instructions on
+// d registers; on hosts, where SIMDe emulates the 64-bit vector types at a
+// high cost, the same values are formed from 128-bit interleaves with zero.
+
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+
+static inline uint16x8x2_t widenU8(uint8x16_t a) {
+    return {{vmovl_u8(vget_low_u8(a)), vmovl_u8(vget_high_u8(a))}};
+}
+static inline uint16x8x2_t addWideU8(uint8x16_t a, uint8x16_t b) {
+    return {{vaddl_u8(vget_low_u8(a), vget_low_u8(b)), vaddl_u8(vget_high_u8(a), vget_high_u8(b))}};
+}
+static inline uint32x4x2_t widenU16(uint16x8_t a) {
+    return {{vmovl_u16(vget_low_u16(a)), vmovl_u16(vget_high_u16(a))}};
+}
+static inline int32x4x2_t widenS16(int16x8_t a) {
+    return {{vmovl_s16(vget_low_s16(a)), vmovl_s16(vget_high_s16(a))}};
+}
+static inline int32x4x2_t addWideS16(int16x8_t a, int16x8_t b) {
+    return {{vaddl_s16(vget_low_s16(a), vget_low_s16(b)), vaddl_s16(vget_high_s16(a), vget_high_s16(b))}};
+}
+// acc + a * n, a widened from u16.
+static inline uint32x4x2_t mlaWideU16(uint32x4x2_t acc, uint16x8_t a, uint16_t n) {
+    return {{vmlal_n_u16(acc.val[0], vget_low_u16(a), n), vmlal_n_u16(acc.val[1], vget_high_u16(a), n)}};
+}
+
+#else
+
+static inline uint16x8x2_t widenU8(uint8x16_t a) {
+    const uint8x16x2_t z = vzipq_u8(a, vdupq_n_u8(0));
+    return {{vreinterpretq_u16_u8(z.val[0]), vreinterpretq_u16_u8(z.val[1])}};
+}
+static inline uint16x8x2_t addWideU8(uint8x16_t a, uint8x16_t b) {
+    const uint16x8x2_t wa = widenU8(a), wb = widenU8(b);
+    return {{vaddq_u16(wa.val[0], wb.val[0]), vaddq_u16(wa.val[1], wb.val[1])}};
+}
+static inline uint32x4x2_t widenU16(uint16x8_t a) {
+    const uint16x8x2_t z = vzipq_u16(a, vdupq_n_u16(0));
+    return {{vreinterpretq_u32_u16(z.val[0]), vreinterpretq_u32_u16(z.val[1])}};
+}
+// Sign extension: each s16 lands in the top half of an s32 lane, then an
+// arithmetic shift brings it down.
+static inline int32x4x2_t widenS16(int16x8_t a) {
+    const int16x8x2_t z = vzipq_s16(vdupq_n_s16(0), a);
+    return {{vshrq_n_s32(vreinterpretq_s32_s16(z.val[0]), 16), vshrq_n_s32(vreinterpretq_s32_s16(z.val[1]), 16)}};
+}
+static inline int32x4x2_t addWideS16(int16x8_t a, int16x8_t b) {
+    const int32x4x2_t wa = widenS16(a), wb = widenS16(b);
+    return {{vaddq_s32(wa.val[0], wb.val[0]), vaddq_s32(wa.val[1], wb.val[1])}};
+}
+static inline uint32x4x2_t mlaWideU16(uint32x4x2_t acc, uint16x8_t a, uint16_t n) {
+    const uint32x4x2_t wa = widenU16(a);
+    return {{vmlaq_n_u32(acc.val[0], wa.val[0], n), vmlaq_n_u32(acc.val[1], wa.val[1], n)}};
+}
+
+#endif
 
 // Runs vector(i) over [0, count) in steps of `lanes`, the last step moved
 // back to end at count, or scalar(i) for each i when count < lanes.

@@ -8,21 +8,18 @@
 
 namespace {
 
-using ombrix_blur::blurVector;
-using ombrix_blur::ScalarStages;
+using namespace ombrix_blur;
 
 // 3x3 on u8: column sums a + 2b + c <= 1020 and the 2-D sum <= 4080 both fit
 // u16 lanes.
 struct Gaussian3x3u8 : ScalarStages<uint8_t, 1, uint16_t> {
     static constexpr ptrdiff_t kColumnLanes = 16, kOutputLanes = 16;
 
-    static inline uint16x8_t weighColumn(uint8x8_t a, uint8x8_t b, uint8x8_t c) {
-        return vaddq_u16(vaddl_u8(a, c), vshll_n_u8(b, 1));
-    }
     static inline void columns(const uint8_t* const* rows, ptrdiff_t x, uint16_t* mid) {
         const uint8x16_t a = vld1q_u8(rows[0] + x), b = vld1q_u8(rows[1] + x), c = vld1q_u8(rows[2] + x);
-        vst1q_u16(mid, weighColumn(vget_low_u8(a), vget_low_u8(b), vget_low_u8(c)));
-        vst1q_u16(mid + 8, weighColumn(vget_high_u8(a), vget_high_u8(b), vget_high_u8(c)));
+        const uint16x8x2_t outer = addWideU8(a, c), centre = addWideU8(b, b);
+        vst1q_u16(mid, vaddq_u16(outer.val[0], centre.val[0]));
+        vst1q_u16(mid + 8, vaddq_u16(outer.val[1], centre.val[1]));
     }
     static inline uint8x8_t row(const uint16_t* m) {
         const uint16x8_t sum = vaddq_u16(vaddq_u16(vld1q_u16(m), vld1q_u16(m + 2)), vshlq_n_u16(vld1q_u16(m + 1), 1));
@@ -37,17 +34,14 @@ struct Gaussian3x3u8 : ScalarStages<uint8_t, 1, uint16_t> {
 struct Gaussian5x5u8 : ScalarStages<uint8_t, 2, uint16_t> {
     static constexpr ptrdiff_t kColumnLanes = 16, kOutputLanes = 16;
 
-    static inline uint16x8_t weighColumn(uint8x8_t a0, uint8x8_t a1, uint8x8_t a2, uint8x8_t a3, uint8x8_t a4) {
-        const uint16x8_t outer = vaddl_u8(a0, a4), inner = vshlq_n_u16(vaddl_u8(a1, a3), 2);
-        return vmlal_u8(vaddq_u16(outer, inner), a2, vdup_n_u8(6));
-    }
     static inline void columns(const uint8_t* const* rows, ptrdiff_t x, uint16_t* mid) {
         uint8x16_t a[5];
         for (int j = 0; j < 5; ++j) a[j] = vld1q_u8(rows[j] + x);
-        vst1q_u16(mid, weighColumn(vget_low_u8(a[0]), vget_low_u8(a[1]), vget_low_u8(a[2]), vget_low_u8(a[3]),
-                              vget_low_u8(a[4])));
-        vst1q_u16(mid + 8, weighColumn(vget_high_u8(a[0]), vget_high_u8(a[1]), vget_high_u8(a[2]),
-                                  vget_high_u8(a[3]), vget_high_u8(a[4])));
+        const uint16x8x2_t outer = addWideU8(a[0], a[4]), inner = addWideU8(a[1], a[3]), centre = widenU8(a[2]);
+        for (int h = 0; h < 2; ++h) {
+            const uint16x8_t sum = vaddq_u16(outer.val[h], vshlq_n_u16(inner.val[h], 2));
+            vst1q_u16(mid + 8 * h, vmlaq_n_u16(sum, centre.val[h], 6));
+        }
     }
     static inline uint8x8_t row(const uint16_t* m) {
         const uint16x8_t outer = vaddq_u16(vld1q_u16(m), vld1q_u16(m + 4));
@@ -63,27 +57,24 @@ struct Gaussian5x5u8 : ScalarStages<uint8_t, 2, uint16_t> {
 // the 2-D sum (at most 255 << 20) fits too. Symmetric taps are paired first
 // (a pair of u8 fits u16) and then widened by multiply-accumulate.
 struct Gaussian11x11u8 : ScalarStages<uint8_t, 5, uint32_t> {
-    static constexpr ptrdiff_t kColumnLanes = 8, kOutputLanes = 8;
+    static constexpr ptrdiff_t kColumnLanes = 16, kOutputLanes = 8;
 
-    static inline uint32x4_t weigh(const uint16x4_t p[5], uint16x4_t centre) {
-        uint32x4_t sum = vmovl_u16(p[0]);
-        sum = vmlal_n_u16(sum, p[1], 10);
-        sum = vmlal_n_u16(sum, p[2], 45);
-        sum = vmlal_n_u16(sum, p[3], 120);
-        sum = vmlal_n_u16(sum, p[4], 210);
-        return vmlal_n_u16(sum, centre, 252);
-    }
+    // V = p0 + 10 p1 + 45 p2 + 6 (20 p3 + 35 p4 + 42 c) with p_k the pair sums
+    // and c the centre row: both parts (<= 28560 and <= 38760) still fit
+    // u16 lanes, so only the last step is widened.
     static inline void columns(const uint8_t* const* rows, ptrdiff_t x, uint32_t* mid) {
-        uint16x8_t pairs[5];
-        for (int j = 0; j < 5; ++j) pairs[j] = vaddl_u8(vld1_u8(rows[j] + x), vld1_u8(rows[10 - j] + x));
-        const uint16x8_t centre = vmovl_u8(vld1_u8(rows[5] + x));
-        uint16x4_t low[5], high[5];
-        for (int j = 0; j < 5; ++j) {
-            low[j] = vget_low_u16(pairs[j]);
-            high[j] = vget_high_u16(pairs[j]);
+        uint16x8x2_t pairs[5];
+        for (int j = 0; j < 5; ++j) pairs[j] = addWideU8(vld1q_u8(rows[j] + x), vld1q_u8(rows[10 - j] + x));
+        const uint16x8x2_t centre = widenU8(vld1q_u8(rows[5] + x));
+        for (int h = 0; h < 2; ++h) {
+            const uint16x8_t outer =
+                vmlaq_n_u16(vmlaq_n_u16(pairs[0].val[h], pairs[1].val[h], 10), pairs[2].val[h], 45);
+            const uint16x8_t inner = vmlaq_n_u16(
+                vmlaq_n_u16(vmulq_n_u16(pairs[3].val[h], 20), pairs[4].val[h], 35), centre.val[h], 42);
+            const uint32x4x2_t sum = mlaWideU16(widenU16(outer), inner, 6);
+            vst1q_u32(mid + 8 * h, sum.val[0]);
+            vst1q_u32(mid + 8 * h + 4, sum.val[1]);
         }
-        vst1q_u32(mid, weigh(low, vget_low_u16(centre)));
-        vst1q_u32(mid + 4, weigh(high, vget_high_u16(centre)));
     }
     static inline uint16x4_t row(const uint32_t* m) {
         uint32x4_t sum = vaddq_u32(vld1q_u32(m), vld1q_u32(m + 10));
@@ -104,18 +95,14 @@ struct Gaussian11x11u8 : ScalarStages<uint8_t, 5, uint32_t> {
 struct Gaussian5x5s16 : ScalarStages<int16_t, 2, uint32_t> {
     static constexpr ptrdiff_t kColumnLanes = 8, kOutputLanes = 8;
 
-    static inline int32x4_t weighColumn(int16x4_t a0, int16x4_t a1, int16x4_t a2, int16x4_t a3, int16x4_t a4) {
-        const int32x4_t sum = vmlaq_n_s32(vaddl_s16(a0, a4), vaddl_s16(a1, a3), 4);
-        return vmlal_n_s16(sum, a2, 6);
-    }
     static inline void columns(const int16_t* const* rows, ptrdiff_t x, uint32_t* mid) {
         int16x8_t a[5];
         for (int j = 0; j < 5; ++j) a[j] = vld1q_s16(rows[j] + x);
-        vst1q_u32(mid, vreinterpretq_u32_s32(weighColumn(vget_low_s16(a[0]), vget_low_s16(a[1]), vget_low_s16(a[2]),
-                                                    vget_low_s16(a[3]), vget_low_s16(a[4]))));
-        vst1q_u32(mid + 4, vreinterpretq_u32_s32(weighColumn(vget_high_s16(a[0]), vget_high_s16(a[1]),
-                                                        vget_high_s16(a[2]), vget_high_s16(a[3]),
-                                                        vget_high_s16(a[4]))));
+        const int32x4x2_t outer = addWideS16(a[0], a[4]), inner = addWideS16(a[1], a[3]), centre = widenS16(a[2]);
+        for (int h = 0; h < 2; ++h) {
+            const int32x4_t sum = vmlaq_n_s32(vmlaq_n_s32(outer.val[h], inner.val[h], 4), centre.val[h], 6);
+            vst1q_u32(mid + 4 * h, vreinterpretq_u32_s32(sum));
+        }
     }
     static inline int32x4_t load(const uint32_t* m) { return vreinterpretq_s32_u32(vld1q_u32(m)); }
     static inline int16x4_t row(const uint32_t* m) {
