@@ -27,12 +27,14 @@
 
 namespace ombrix_blur {
 
-// ---- Widening arithmetic on whole q registers -----------------------------------
+// ---- Widening and narrowing on whole q registers ----------------------------------
 //
-// Each helper widens all lanes of its 128-bit inputs into a pair of 128-bit
-// results (low half, high half). ARM has fused widening instructions on
-// d registers; on hosts, where SIMDe emulates the 64-bit vector types at a
-// high cost, the same values are formed from 128-bit interleaves with zero.
+// The widening helpers turn all lanes of their 128-bit inputs into a pair of
+// 128-bit results (low half, high half); the narrowing helpers shift two
+// q registers right and keep the low half of every lane, in order. ARM has
+// fused instructions on d registers for both; on hosts, where SIMDe
+// emulates the 64-bit vector types at a high cost, the same values are
+// formed from 128-bit interleaves (with zero) and de-interleaves.
 
 #if defined(__ARM_NEON) || defined(__ARM_NEON__)
 
@@ -54,6 +56,20 @@ static inline int32x4x2_t addWideS16(int16x8_t a, int16x8_t b) {
 // acc + a * n, a widened from u16.
 static inline uint32x4x2_t mlaWideU16(uint32x4x2_t acc, uint16x8_t a, uint16_t n) {
     return {{vmlal_n_u16(acc.val[0], vget_low_u16(a), n), vmlal_n_u16(acc.val[1], vget_high_u16(a), n)}};
+}
+template <int N>
+static inline uint8x16_t shiftNarrowU16(uint16x8_t a, uint16x8_t b) {
+    return vcombine_u8(vshrn_n_u16(a, N), vshrn_n_u16(b, N));
+}
+static inline uint8x16_t narrowU16(uint16x8_t a, uint16x8_t b) {
+    return vcombine_u8(vmovn_u16(a), vmovn_u16(b));
+}
+static inline uint16x8_t narrowU32(uint32x4_t a, uint32x4_t b) {
+    return vcombine_u16(vmovn_u32(a), vmovn_u32(b));
+}
+template <int N>
+static inline int16x8_t shiftNarrowS32(int32x4_t a, int32x4_t b) {
+    return vcombine_s16(vshrn_n_s32(a, N), vshrn_n_s32(b, N));
 }
 
 #else
@@ -83,6 +99,20 @@ static inline int32x4x2_t addWideS16(int16x8_t a, int16x8_t b) {
 static inline uint32x4x2_t mlaWideU16(uint32x4x2_t acc, uint16x8_t a, uint16_t n) {
     const uint32x4x2_t wa = widenU16(a);
     return {{vmlaq_n_u32(acc.val[0], wa.val[0], n), vmlaq_n_u32(acc.val[1], wa.val[1], n)}};
+}
+static inline uint8x16_t narrowU16(uint16x8_t a, uint16x8_t b) {
+    return vuzpq_u8(vreinterpretq_u8_u16(a), vreinterpretq_u8_u16(b)).val[0];
+}
+template <int N>
+static inline uint8x16_t shiftNarrowU16(uint16x8_t a, uint16x8_t b) {
+    return narrowU16(vshrq_n_u16(a, N), vshrq_n_u16(b, N));
+}
+static inline uint16x8_t narrowU32(uint32x4_t a, uint32x4_t b) {
+    return vuzpq_u16(vreinterpretq_u16_u32(a), vreinterpretq_u16_u32(b)).val[0];
+}
+template <int N>
+static inline int16x8_t shiftNarrowS32(int32x4_t a, int32x4_t b) {
+    return vuzpq_s16(vreinterpretq_s16_s32(vshrq_n_s32(a, N)), vreinterpretq_s16_s32(vshrq_n_s32(b, N))).val[0];
 }
 
 #endif

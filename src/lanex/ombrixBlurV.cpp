@@ -10,30 +10,32 @@ namespace {
 
 using namespace ombrix_blur;
 
-// 3x3 on u8: column sums a + 2b + c <= 1020 and the 2-D sum <= 4080 both fit
-// u16 lanes.
-struct Gaussian3x3u8 : ScalarStages<uint8_t, 1, uint16_t> {
+// Kernels on u8 whose column sums and 2-D sums fit u16 lanes: K supplies
+// columns() and row(), the 2-D sums of eight outputs; this shifts and
+// narrows sixteen of them at a time.
+template <class K, int R>
+struct GaussianThroughU16 : ScalarStages<uint8_t, R, uint16_t> {
     static constexpr ptrdiff_t kColumnLanes = 16, kOutputLanes = 16;
+    static inline void outputs(const uint16_t* mid, uint8_t* out) {
+        vst1q_u8(out, shiftNarrowU16<Binomial<R>::shift>(K::row(mid), K::row(mid + 8)));
+    }
+};
 
+// 3x3 on u8: column sums a + 2b + c <= 1020 and the 2-D sum <= 4080.
+struct Gaussian3x3u8 : GaussianThroughU16<Gaussian3x3u8, 1> {
     static inline void columns(const uint8_t* const* rows, ptrdiff_t x, uint16_t* mid) {
         const uint8x16_t a = vld1q_u8(rows[0] + x), b = vld1q_u8(rows[1] + x), c = vld1q_u8(rows[2] + x);
         const uint16x8x2_t outer = addWideU8(a, c), centre = addWideU8(b, b);
         vst1q_u16(mid, vaddq_u16(outer.val[0], centre.val[0]));
         vst1q_u16(mid + 8, vaddq_u16(outer.val[1], centre.val[1]));
     }
-    static inline uint8x8_t row(const uint16_t* m) {
-        const uint16x8_t sum = vaddq_u16(vaddq_u16(vld1q_u16(m), vld1q_u16(m + 2)), vshlq_n_u16(vld1q_u16(m + 1), 1));
-        return vshrn_n_u16(sum, 4);
-    }
-    static inline void outputs(const uint16_t* mid, uint8_t* out) {
-        vst1q_u8(out, vcombine_u8(row(mid), row(mid + 8)));
+    static inline uint16x8_t row(const uint16_t* m) {
+        return vaddq_u16(vaddq_u16(vld1q_u16(m), vld1q_u16(m + 2)), vshlq_n_u16(vld1q_u16(m + 1), 1));
     }
 };
 
-// 5x5 on u8: column sums <= 16 * 255 and the 2-D sum <= 256 * 255 fit u16.
-struct Gaussian5x5u8 : ScalarStages<uint8_t, 2, uint16_t> {
-    static constexpr ptrdiff_t kColumnLanes = 16, kOutputLanes = 16;
-
+// 5x5 on u8: column sums <= 16 * 255 and the 2-D sum <= 256 * 255.
+struct Gaussian5x5u8 : GaussianThroughU16<Gaussian5x5u8, 2> {
     static inline void columns(const uint8_t* const* rows, ptrdiff_t x, uint16_t* mid) {
         uint8x16_t a[5];
         for (int j = 0; j < 5; ++j) a[j] = vld1q_u8(rows[j] + x);
@@ -43,13 +45,10 @@ struct Gaussian5x5u8 : ScalarStages<uint8_t, 2, uint16_t> {
             vst1q_u16(mid + 8 * h, vmlaq_n_u16(sum, centre.val[h], 6));
         }
     }
-    static inline uint8x8_t row(const uint16_t* m) {
+    static inline uint16x8_t row(const uint16_t* m) {
         const uint16x8_t outer = vaddq_u16(vld1q_u16(m), vld1q_u16(m + 4));
         const uint16x8_t inner = vshlq_n_u16(vaddq_u16(vld1q_u16(m + 1), vld1q_u16(m + 3)), 2);
-        return vshrn_n_u16(vmlaq_n_u16(vaddq_u16(outer, inner), vld1q_u16(m + 2), 6), 8);
-    }
-    static inline void outputs(const uint16_t* mid, uint8_t* out) {
-        vst1q_u8(out, vcombine_u8(row(mid), row(mid + 8)));
+        return vmlaq_n_u16(vaddq_u16(outer, inner), vld1q_u16(m + 2), 6);
     }
 };
 
@@ -57,7 +56,7 @@ struct Gaussian5x5u8 : ScalarStages<uint8_t, 2, uint16_t> {
 // the 2-D sum (at most 255 << 20) fits too. Symmetric taps are paired first
 // (a pair of u8 fits u16) and then widened by multiply-accumulate.
 struct Gaussian11x11u8 : ScalarStages<uint8_t, 5, uint32_t> {
-    static constexpr ptrdiff_t kColumnLanes = 16, kOutputLanes = 8;
+    static constexpr ptrdiff_t kColumnLanes = 16, kOutputLanes = 16;
 
     // V = p0 + 10 p1 + 45 p2 + 6 (20 p3 + 35 p4 + 42 c) with p_k the pair sums
     // and c the centre row: both parts (<= 28560 and <= 38760) still fit
@@ -76,17 +75,19 @@ struct Gaussian11x11u8 : ScalarStages<uint8_t, 5, uint32_t> {
             vst1q_u32(mid + 8 * h + 4, sum.val[1]);
         }
     }
-    static inline uint16x4_t row(const uint32_t* m) {
+    static inline uint32x4_t row(const uint32_t* m) {
         uint32x4_t sum = vaddq_u32(vld1q_u32(m), vld1q_u32(m + 10));
         sum = vmlaq_n_u32(sum, vaddq_u32(vld1q_u32(m + 1), vld1q_u32(m + 9)), 10);
         sum = vmlaq_n_u32(sum, vaddq_u32(vld1q_u32(m + 2), vld1q_u32(m + 8)), 45);
         sum = vmlaq_n_u32(sum, vaddq_u32(vld1q_u32(m + 3), vld1q_u32(m + 7)), 120);
         sum = vmlaq_n_u32(sum, vaddq_u32(vld1q_u32(m + 4), vld1q_u32(m + 6)), 210);
-        sum = vmlaq_n_u32(sum, vld1q_u32(m + 5), 252);
-        return vmovn_u32(vshrq_n_u32(sum, 20));
+        return vshrq_n_u32(vmlaq_n_u32(sum, vld1q_u32(m + 5), 252), 20);
     }
+    // Results are at most 255 after the shift, so the low bytes are exact.
     static inline void outputs(const uint32_t* mid, uint8_t* out) {
-        vst1_u8(out, vmovn_u16(vcombine_u16(row(mid), row(mid + 4))));
+        const uint16x8_t low = narrowU32(row(mid), row(mid + 4));
+        const uint16x8_t high = narrowU32(row(mid + 8), row(mid + 12));
+        vst1q_u8(out, narrowU16(low, high));
     }
 };
 
@@ -105,12 +106,13 @@ struct Gaussian5x5s16 : ScalarStages<int16_t, 2, uint32_t> {
         }
     }
     static inline int32x4_t load(const uint32_t* m) { return vreinterpretq_s32_u32(vld1q_u32(m)); }
-    static inline int16x4_t row(const uint32_t* m) {
+    static inline int32x4_t row(const uint32_t* m) {
         const int32x4_t sum = vmlaq_n_s32(vaddq_s32(load(m), load(m + 4)), vaddq_s32(load(m + 1), load(m + 3)), 4);
-        return vshrn_n_s32(vmlaq_n_s32(sum, load(m + 2), 6), 8);
+        return vmlaq_n_s32(sum, load(m + 2), 6);
     }
+    // The arithmetic shift leaves values in the s16 range.
     static inline void outputs(const uint32_t* mid, int16_t* out) {
-        vst1q_s16(out, vcombine_s16(row(mid), row(mid + 4)));
+        vst1q_s16(out, shiftNarrowS32<8>(row(mid), row(mid + 4)));
     }
 };
 
