@@ -48,6 +48,12 @@ OBX_KERNEL_FIXED(obxReleaseScratchBuffer, obxScratchRelease)
 /* Filtering: Gaussian smoothing and median */
 
 /* Filtering: box smoothing, morphology, global threshold */
+OBX_OP(obxBoxFilter3x3u8, obxBoxFilter3x3u8C, obxBoxFilter3x3u8V)
+OBX_OP(obxBoxFilter5x5u8, obxBoxFilter5x5u8C, obxBoxFilter5x5u8V)
+OBX_OP(obxBoxFilter11x11u8, obxBoxFilter11x11u8C, obxBoxFilter11x11u8V)
+OBX_OP(obxFilterDilate3x3u8_v2, obxFilterDilate3x3u8C, obxFilterDilate3x3u8V)
+OBX_OP(obxFilterErode3x3u8_v2, obxFilterErode3x3u8C, obxFilterErode3x3u8V)
+OBX_OP(obxFilterThresholdu8_v2, obxFilterThresholdu8C, obxFilterThresholdu8V)
 
 /* Filtering: adaptive thresholds */
 
