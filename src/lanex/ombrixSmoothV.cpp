@@ -34,21 +34,32 @@ inline uint16x8_t scanEight(uint16x8_t v) {
     return vaddq_u16(v, vextq_u16(zero, v, 4));
 }
 
+// Eight column sums moved down one row: sums + entering - leaving.
+inline uint16x8_t movedDown(const uint16_t* sums, const uint8_t* entering, const uint8_t* leaving) {
+    return vaddq_u16(vld1q_u16(sums), vsubl_u8(vld1_u8(entering), vld1_u8(leaving)));
+}
+
 // Moves the column sums down one row and rebuilds their running sum:
 //   sums[j] += entering[j] - leaving[j],
 //   prefix[j + 1] = prefix[j] + sums[j]   for j < count,
 // all modulo 65536; prefix[0] holds the total of the columns before.
+// Sixteen columns per step give two independent scans, so that in-order
+// cores can overlap them; only the carry between steps is serial.
 inline void updateAndScan(uint16_t* sums, uint16_t* prefix, const uint8_t* entering, const uint8_t* leaving,
                           uint32_t count) {
     uint16x8_t carry = vdupq_n_u16(prefix[0]);
     uint32_t j = 0;
-    for (; j + 8 <= count; j += 8) {
-        const uint16x8_t column =
-            vaddq_u16(vld1q_u16(sums + j), vsubl_u8(vld1_u8(entering + j), vld1_u8(leaving + j)));
-        vst1q_u16(sums + j, column);
-        const uint16x8_t running = vaddq_u16(scanEight(column), carry);
-        vst1q_u16(prefix + j + 1, running);
-        carry = vdupq_lane_u16(vget_high_u16(running), 3);
+    for (; j + 16 <= count; j += 16) {
+        const uint16x8_t low = movedDown(sums + j, entering + j, leaving + j);
+        const uint16x8_t high = movedDown(sums + j + 8, entering + j + 8, leaving + j + 8);
+        vst1q_u16(sums + j, low);
+        vst1q_u16(sums + j + 8, high);
+        const uint16x8_t lowScan = scanEight(low), highScan = scanEight(high);
+        const uint16x8_t highRunning = vaddq_u16(highScan, vdupq_lane_u16(vget_high_u16(lowScan), 3));
+        vst1q_u16(prefix + j + 1, vaddq_u16(lowScan, carry));
+        const uint16x8_t total = vaddq_u16(highRunning, carry);
+        vst1q_u16(prefix + j + 9, total);
+        carry = vdupq_lane_u16(vget_high_u16(total), 3);
     }
     for (; j < count; ++j) {
         sums[j] = static_cast<uint16_t>(sums[j] + entering[j] - leaving[j]);
