@@ -157,6 +157,25 @@ TEST(Conformance, EveryPublicSlotIsReachableByName) {
     }
 }
 
+void boxOfWhite(const char* pointerToSlot, uint32_t n, int corner) {
+    uint8_t src[11 * 11], dst[11 * 11] = {};
+    memset(src, 255, sizeof src);
+    (**valueAt<obxNeighbourhoodu8_fn**>(pointerToSlot))(src, n, n, n, dst, n);
+    EXPECT_EQ(dst[(n / 2) * n + n / 2], 255);
+    EXPECT_EQ(dst[0], corner);
+    EXPECT_EQ(dst[n * n - 1], corner);
+}
+
+void extremeOfCorner(const char* pointerToSlot, int nearCorner) {
+    uint8_t src[17 * 3], dst[17 * 3] = {};
+    memset(src, 100, sizeof src);
+    src[0] = 200;
+    (**valueAt<obxNeighbourhoodu8_fn**>(pointerToSlot))(src, 17, 3, 17, dst, 17);
+    EXPECT_EQ(dst[17 + 1], nearCorner);
+    EXPECT_EQ(dst[2], 100);
+    EXPECT_EQ(dst[16], 100);
+}
+
 // Calls through the slot for every public operation that is cheap to call.
 const std::map<std::string, std::function<void()>>& cheapCalls() {
     static const std::map<std::string, std::function<void()>> calls = {
@@ -169,6 +188,21 @@ const std::map<std::string, std::function<void()>>& cheapCalls() {
              EXPECT_EQ(memcmp(dst, src, sizeof src), 0);
          }},
         {"probeZ9Time", [] { EXPECT_EQ((**valueAt<probeZ9Time_fn**>("ppprobeZ9Time"))(), 0u); }},
+        // Box filters of a constant white n x n image: 255 at the centre, and
+        // at the zero-padded corner 4, 9 or 36 pixels of 255 times the reciprocal.
+        {"obxBoxFilter3x3u8", [] { boxOfWhite("ppobxBoxFilter3x3u8", 3, 113); }},
+        {"obxBoxFilter5x5u8", [] { boxOfWhite("ppobxBoxFilter5x5u8", 5, 92); }},
+        {"obxBoxFilter11x11u8", [] { boxOfWhite("ppobxBoxFilter11x11u8", 11, 76); }},
+        // One pixel of 200 at (0, 0) of a 17 x 3 image of 100.
+        {"obxFilterDilate3x3u8_v2", [] { extremeOfCorner("ppobxFilterDilate3x3u8_v2", 200); }},
+        {"obxFilterErode3x3u8_v2", [] { extremeOfCorner("ppobxFilterErode3x3u8_v2", 100); }},
+        {"obxFilterThresholdu8_v2",
+         [] {
+             const uint8_t src[17] = {0, 127, 128, 255, 1, 2, 3, 200, 130, 129, 126, 9, 8, 7, 6, 5, 250};
+             uint8_t dst[17] = {};
+             (**valueAt<obxFilterThresholdu8_v2_fn**>("ppobxFilterThresholdu8_v2"))(src, 17, 1, 17, dst, 17, 128);
+             for (int i = 0; i < 17; ++i) EXPECT_EQ(dst[i], src[i] < 128 ? 0 : 255) << i;
+         }},
     };
     return calls;
 }
@@ -211,6 +245,26 @@ TEST(Conformance, VectorModeRepointsOnlySlotsWithVectorVariants) {
             EXPECT_EQ(valueAt<void*>(std::string(e.name) + "_"), symbol(e.reference));
         }
     }
+}
+
+// obxBoxFilter11x11u8V2 is exported beside the table: no vector mode ever
+// installs it in a slot, yet it filters like the 11x11 box slot.
+TEST(Conformance, ExtraVectorBoxFilterIsExportedButNotInTheTable) {
+    ASSERT_NE(library(), nullptr);
+    auto extra = reinterpret_cast<obxNeighbourhoodu8_fn*>(symbol("obxBoxFilter11x11u8V2"));
+    ASSERT_NE(extra, nullptr) << "obxBoxFilter11x11u8V2 not exported";
+    auto setMode = reinterpret_cast<decltype(&obxSetOperationMode)>(symbol("obxSetOperationMode"));
+    for (uint32_t mode : {0u, 1u, 2u, 0x80000001u, 0x80000004u}) {
+        SCOPED_TRACE(mode);
+        ASSERT_EQ(setMode(static_cast<obxOperationMode>(mode)), 0);
+        for (const Entry& e : manifest()) EXPECT_NE(valueAt<void*>(std::string(e.name) + "_"), reinterpret_cast<void*>(extra)) << e.name;
+    }
+    uint8_t src[13 * 12], expected[13 * 12] = {}, actual[13 * 12] = {};
+    for (size_t i = 0; i < sizeof src; ++i) src[i] = static_cast<uint8_t>(i * 37 + 11);
+    (**valueAt<obxNeighbourhoodu8_fn**>("ppobxBoxFilter11x11u8"))(src, 13, 12, 13, expected, 13);
+    extra(src, 13, 12, 13, actual, 13);
+    EXPECT_EQ(memcmp(expected, actual, sizeof actual), 0);
+    ASSERT_EQ(setMode(OBX_MODE_REFERENCE), 0);
 }
 
 // ---- The exported symbols ------------------------------------------------------------------

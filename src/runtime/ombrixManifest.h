@@ -54,6 +54,12 @@ OBX_OP(obxFilterGaussian5x5s32_v2, obxFilterGaussian5x5s32C, obxFilterGaussian5x
 OBX_OP(obxFilterMedian3x3u8_v2, obxFilterMedian3x3u8C, obxFilterMedian3x3u8V)
 
 /* Filtering: box smoothing, morphology, global threshold */
+OBX_OP(obxBoxFilter3x3u8, obxBoxFilter3x3u8C, obxBoxFilter3x3u8V)
+OBX_OP(obxBoxFilter5x5u8, obxBoxFilter5x5u8C, obxBoxFilter5x5u8V)
+OBX_OP(obxBoxFilter11x11u8, obxBoxFilter11x11u8C, obxBoxFilter11x11u8V)
+OBX_OP(obxFilterDilate3x3u8_v2, obxFilterDilate3x3u8C, obxFilterDilate3x3u8V)
+OBX_OP(obxFilterErode3x3u8_v2, obxFilterErode3x3u8C, obxFilterErode3x3u8V)
+OBX_OP(obxFilterThresholdu8_v2, obxFilterThresholdu8C, obxFilterThresholdu8V)
 
 /* Filtering: adaptive thresholds */
 
