@@ -200,7 +200,8 @@ const std::map<std::string, std::function<void()>>& cheapCalls() {
          [] {
              const uint8_t src[17] = {0, 127, 128, 255, 1, 2, 3, 200, 130, 129, 126, 9, 8, 7, 6, 5, 250};
              uint8_t dst[17] = {};
-             (**valueAt<obxFilterThresholdu8_v2_fn**>("ppobxFilterThresholdu8_v2"))(src, 17, 1, 17, dst, 17, 128);
+             auto threshold = *valueAt<obxFilterThresholdu8_v2_fn**>("ppobxFilterThresholdu8_v2");
+             (*threshold)(src, 17, 1, 17, dst, 17, 128);
              for (int i = 0; i < 17; ++i) EXPECT_EQ(dst[i], src[i] < 128 ? 0 : 255) << i;
          }},
     };
@@ -257,7 +258,9 @@ TEST(Conformance, ExtraVectorBoxFilterIsExportedButNotInTheTable) {
     for (uint32_t mode : {0u, 1u, 2u, 0x80000001u, 0x80000004u}) {
         SCOPED_TRACE(mode);
         ASSERT_EQ(setMode(static_cast<obxOperationMode>(mode)), 0);
-        for (const Entry& e : manifest()) EXPECT_NE(valueAt<void*>(std::string(e.name) + "_"), reinterpret_cast<void*>(extra)) << e.name;
+        for (const Entry& e : manifest()) {
+            EXPECT_NE(valueAt<void*>(std::string(e.name) + "_"), reinterpret_cast<void*>(extra)) << e.name;
+        }
     }
     uint8_t src[13 * 12], expected[13 * 12] = {}, actual[13 * 12] = {};
     for (size_t i = 0; i < sizeof src; ++i) src[i] = static_cast<uint8_t>(i * 37 + 11);

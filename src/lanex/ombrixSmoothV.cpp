@@ -34,9 +34,10 @@ inline uint16x8_t scanEight(uint16x8_t v) {
     return vaddq_u16(v, vextq_u16(zero, v, 4));
 }
 
-// Eight column sums moved down one row: sums + entering - leaving.
-inline uint16x8_t movedDown(const uint16_t* sums, const uint8_t* entering, const uint8_t* leaving) {
-    return vaddq_u16(vld1q_u16(sums), vsubl_u8(vld1_u8(entering), vld1_u8(leaving)));
+// Column sums moved down one row: sums + entering - leaving, for the eight
+// columns of one half of a 16-pixel load.
+inline uint16x8_t movedDown(const uint16_t* sums, uint8x8_t entering, uint8x8_t leaving) {
+    return vaddq_u16(vld1q_u16(sums), vsubl_u8(entering, leaving));
 }
 
 // Moves the column sums down one row and rebuilds their running sum:
@@ -50,8 +51,9 @@ inline void updateAndScan(uint16_t* sums, uint16_t* prefix, const uint8_t* enter
     uint16x8_t carry = vdupq_n_u16(prefix[0]);
     uint32_t j = 0;
     for (; j + 16 <= count; j += 16) {
-        const uint16x8_t low = movedDown(sums + j, entering + j, leaving + j);
-        const uint16x8_t high = movedDown(sums + j + 8, entering + j + 8, leaving + j + 8);
+        const uint8x16_t in = vld1q_u8(entering + j), out = vld1q_u8(leaving + j);
+        const uint16x8_t low = movedDown(sums + j, vget_low_u8(in), vget_low_u8(out));
+        const uint16x8_t high = movedDown(sums + j + 8, vget_high_u8(in), vget_high_u8(out));
         vst1q_u16(sums + j, low);
         vst1q_u16(sums + j + 8, high);
         const uint16x8_t lowScan = scanEight(low), highScan = scanEight(high);
