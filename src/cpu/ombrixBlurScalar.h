@@ -3,8 +3,8 @@
 // border pass and the sorted-column median. Included by the reference code
 // and, for the border pass and the scalar tails, by the vector code.
 //
-// Everything here has internal linkage (static), so a copy compiled with NEON
-// enabled in src/lanex/ can never be merged into the reference path.
+// Every function here is static (internal linkage), so a copy compiled with
+// NEON enabled in src/lanex/ can never be merged into the reference path.
 #ifndef OMBRIX_BLUR_SCALAR_H
 #define OMBRIX_BLUR_SCALAR_H
 
