@@ -192,6 +192,19 @@ static void blurReference(const Pixel* src, uint32_t width, uint32_t height, uin
     if (blurBorder == 1) blurBorderReference<Pixel, R>(src, width, height, srcStride, dst, dstStride);
 }
 
+// Calls row(rows, out) for every row of a 3x3 neighbourhood filter that has
+// rows above and below: rows[0 .. 2] are the source rows y-1, y, y+1 and out
+// is destination row y. Images under 3 rows or columns have no such pixel.
+template <typename RowFn>
+static inline void forEachInteriorRow3x3(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
+                                         uint8_t* dst, uint32_t dstStride, RowFn row) {
+    if (width < 3 || height < 3) return;
+    for (uint32_t y = 1; y + 1 < height; ++y) {
+        const uint8_t* rows[3] = {rowAt(src, srcStride, y - 1), rowAt(src, srcStride, y), rowAt(src, srcStride, y + 1)};
+        row(rows, rowAt(dst, dstStride, y));
+    }
+}
+
 // A 3-pixel column in ascending order.
 struct SortedColumn {
     uint8_t lo, mid, hi;

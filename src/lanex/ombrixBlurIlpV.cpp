@@ -113,11 +113,8 @@ void obxFilterMedian3x3u8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHe
                            uint8_t* dst, uint32_t dstStride) {
     using namespace ombrix_blur;
     OMBRIX_ASSERT(src && dst && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride);
-    if (srcWidth < 3 || srcHeight < 3) return;
-    for (uint32_t y = 1; y + 1 < srcHeight; ++y) {
-        const uint8_t* rows[3] = {rowAt(src, srcStride, y - 1), rowAt(src, srcStride, y), rowAt(src, srcStride, y + 1)};
-        medianRow(rows, srcWidth, rowAt(dst, dstStride, y) + 1);
-    }
+    forEachInteriorRow3x3(src, srcWidth, srcHeight, srcStride, dst, dstStride,
+                          [srcWidth](const uint8_t* const* rows, uint8_t* out) { medianRow(rows, srcWidth, out + 1); });
 }
 
 }  // extern "C"
