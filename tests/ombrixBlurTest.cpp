@@ -525,7 +525,7 @@ void compareVectorWithReference(const BlurOp<T>& op, uint32_t seed, int randomCo
     }
 }
 
-constexpr int kRandomShapes = 20;
+constexpr int kRandomShapes = 60;
 
 TEST(Gaussian3x3u8, VectorMatchesReference) { compareVectorWithReference(kGaussian3x3u8, 301, kRandomShapes); }
 TEST(Gaussian5x5u8, VectorMatchesReference) { compareVectorWithReference(kGaussian5x5u8, 302, kRandomShapes); }

@@ -21,19 +21,17 @@ void obxFilterMedian3x3u8C(const uint8_t* src, uint32_t srcWidth, uint32_t srcHe
                            uint8_t* dst, uint32_t dstStride) {
     using namespace ombrix_blur;
     OMBRIX_ASSERT(src && dst && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride);
-    if (srcWidth < 3 || srcHeight < 3) return;
-    for (uint32_t y = 1; y + 1 < srcHeight; ++y) {
-        const uint8_t* rows[3] = {rowAt(src, srcStride, y - 1), rowAt(src, srcStride, y), rowAt(src, srcStride, y + 1)};
-        uint8_t* out = rowAt(dst, dstStride, y);
-        // Each column is sorted once and serves three output pixels.
-        SortedColumn left = sortedColumnAt(rows, 0), centre = sortedColumnAt(rows, 1);
-        for (uint32_t x = 1; x + 1 < srcWidth; ++x) {
-            const SortedColumn right = sortedColumnAt(rows, x + 1);
-            out[x] = medianOfColumns(left, centre, right);
-            left = centre;
-            centre = right;
-        }
-    }
+    forEachInteriorRow3x3(src, srcWidth, srcHeight, srcStride, dst, dstStride,
+                          [srcWidth](const uint8_t* const* rows, uint8_t* out) {
+                              // Each column is sorted once and serves three output pixels.
+                              SortedColumn left = sortedColumnAt(rows, 0), centre = sortedColumnAt(rows, 1);
+                              for (uint32_t x = 1; x + 1 < srcWidth; ++x) {
+                                  const SortedColumn right = sortedColumnAt(rows, x + 1);
+                                  out[x] = medianOfColumns(left, centre, right);
+                                  left = centre;
+                                  centre = right;
+                              }
+                          });
 }
 
 }  // extern "C"

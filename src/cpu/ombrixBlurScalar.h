@@ -3,8 +3,8 @@
 // border pass and the sorted-column median. Included by the reference code
 // and, for the border pass and the scalar tails, by the vector code.
 //
-// Everything here has internal linkage (static), so a copy compiled with NEON
-// enabled in src/lanex/ can never be merged into the reference path.
+// Every function here is static (internal linkage), so a copy compiled with
+// NEON enabled in src/lanex/ can never be merged into the reference path.
 #ifndef OMBRIX_BLUR_SCALAR_H
 #define OMBRIX_BLUR_SCALAR_H
 
@@ -190,6 +190,19 @@ static void blurReference(const Pixel* src, uint32_t width, uint32_t height, uin
                           uint32_t dstStride, uint32_t blurBorder) {
     blurInteriorReference<Pixel, R>(src, width, height, srcStride, dst, dstStride, groupedBySix(width, R));
     if (blurBorder == 1) blurBorderReference<Pixel, R>(src, width, height, srcStride, dst, dstStride);
+}
+
+// Calls row(rows, out) for every row of a 3x3 neighbourhood filter that has
+// rows above and below: rows[0 .. 2] are the source rows y-1, y, y+1 and out
+// is destination row y. Images under 3 rows or columns have no such pixel.
+template <typename RowFn>
+static inline void forEachInteriorRow3x3(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride,
+                                         uint8_t* dst, uint32_t dstStride, RowFn row) {
+    if (width < 3 || height < 3) return;
+    for (uint32_t y = 1; y + 1 < height; ++y) {
+        const uint8_t* rows[3] = {rowAt(src, srcStride, y - 1), rowAt(src, srcStride, y), rowAt(src, srcStride, y + 1)};
+        row(rows, rowAt(dst, dstStride, y));
+    }
 }
 
 // A 3-pixel column in ascending order.

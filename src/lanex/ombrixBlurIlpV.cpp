@@ -49,13 +49,51 @@ inline SortedLanes sortedColumnsAt(const uint8_t* const* rows, ptrdiff_t x) {
     return sortLanes(vld1q_u8(rows[0] + x), vld1q_u8(rows[1] + x), vld1q_u8(rows[2] + x));
 }
 
-// Medians of the 16 neighbourhoods whose left columns start at x: the same
-// sorted-column selection as the reference, sixteen pixels at a time.
-inline uint8x16_t median16(const uint8_t* const* rows, ptrdiff_t x) {
-    const SortedLanes l = sortedColumnsAt(rows, x), c = sortedColumnsAt(rows, x + 1), r = sortedColumnsAt(rows, x + 2);
+// The same sorted-column selection as the reference, sixteen pixels at a
+// time, from the sorted left, centre and right columns of each pixel.
+inline uint8x16_t medianOfLanes(const SortedLanes& l, const SortedLanes& c, const SortedLanes& r) {
     const uint8x16_t maxLo = vmaxq_u8(vmaxq_u8(l.lo, c.lo), r.lo);
     const uint8x16_t minHi = vminq_u8(vminq_u8(l.hi, c.hi), r.hi);
     return median3Lanes(maxLo, median3Lanes(l.mid, c.mid, r.mid), minHi);
+}
+
+// The sorted columns n lanes further right: lanes n.. of `a`, then of `b`.
+template <int N>
+inline SortedLanes shifted(const SortedLanes& a, const SortedLanes& b) {
+    return {vextq_u8(a.lo, b.lo, N), vextq_u8(a.mid, b.mid, N), vextq_u8(a.hi, b.hi, N)};
+}
+
+// Medians of the 16 neighbourhoods whose left columns start at x, from
+// three loads per row (used where the row has no 16 further columns).
+inline uint8x16_t median16(const uint8_t* const* rows, ptrdiff_t x) {
+    return medianOfLanes(sortedColumnsAt(rows, x), sortedColumnsAt(rows, x + 1), sortedColumnsAt(rows, x + 2));
+}
+
+// One row of medians, out[j] from source columns j .. j+2. Each block of 16
+// columns is loaded and sorted once; its neighbours one and two columns to
+// the right come from the next block by lane extraction. The last outputs,
+// within 32 columns of the end, are done from the row's own loads, the final
+// vector overlapping backwards, or singly when the row is narrower than 16.
+inline void medianRow(const uint8_t* const* rows, ptrdiff_t width, uint8_t* out) {
+    const ptrdiff_t interior = width - 2;
+    ptrdiff_t x = 0;
+    if (width >= 32) {
+        SortedLanes current = sortedColumnsAt(rows, 0);
+        for (; x + 32 <= width; x += 16) {
+            const SortedLanes next = sortedColumnsAt(rows, x + 16);
+            vst1q_u8(out + x, medianOfLanes(current, shifted<1>(current, next), shifted<2>(current, next)));
+            current = next;
+        }
+    }
+    if (interior < 16) {
+        for (; x < interior; ++x)
+            out[x] = ombrix_blur::medianOfColumns(ombrix_blur::sortedColumnAt(rows, x),
+                                                  ombrix_blur::sortedColumnAt(rows, x + 1),
+                                                  ombrix_blur::sortedColumnAt(rows, x + 2));
+        return;
+    }
+    for (; x + 16 <= interior; x += 16) vst1q_u8(out + x, median16(rows, x));
+    if (x < interior) vst1q_u8(out + interior - 16, median16(rows, interior - 16));
 }
 
 }  // namespace
@@ -75,17 +113,8 @@ void obxFilterMedian3x3u8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHe
                            uint8_t* dst, uint32_t dstStride) {
     using namespace ombrix_blur;
     OMBRIX_ASSERT(src && dst && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride);
-    if (srcWidth < 3 || srcHeight < 3) return;
-    const ptrdiff_t interior = interiorWidth(srcWidth, 1);
-    for (uint32_t y = 1; y + 1 < srcHeight; ++y) {
-        const uint8_t* rows[3] = {rowAt(src, srcStride, y - 1), rowAt(src, srcStride, y), rowAt(src, srcStride, y + 1)};
-        uint8_t* out = rowAt(dst, dstStride, y) + 1;
-        forEachStep(
-            interior, 16, [&](ptrdiff_t x) { vst1q_u8(out + x, median16(rows, x)); },
-            [&](ptrdiff_t x) {
-                out[x] = medianOfColumns(sortedColumnAt(rows, x), sortedColumnAt(rows, x + 1), sortedColumnAt(rows, x + 2));
-            });
-    }
+    forEachInteriorRow3x3(src, srcWidth, srcHeight, srcStride, dst, dstStride,
+                          [srcWidth](const uint8_t* const* rows, uint8_t* out) { medianRow(rows, srcWidth, out + 1); });
 }
 
 }  // extern "C"

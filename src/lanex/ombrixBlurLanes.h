@@ -166,9 +166,12 @@ static void blurVector(const typename K::Pixel* src, uint32_t width, uint32_t he
         blurBorderReference<typename K::Pixel, K::R>(src, width, height, srcStride, dst, dstStride);
 }
 
+namespace {
+
 // The scalar forms of both stages, the reference's arithmetic, for a kernel
 // whose column sums are stored as Mid (wide enough for every column sum, or
-// uint32_t holding them modulo 2^32).
+// uint32_t holding them modulo 2^32). In an unnamed namespace, like the
+// kernels built on it, so that its NEON-compiled members stay in this object.
 template <typename PixelType, int Radius, typename MidType>
 struct ScalarStages {
     using Pixel = PixelType;
@@ -179,6 +182,8 @@ struct ScalarStages {
     }
     static Pixel output(const Mid* mid) { return normaliseShift<Pixel>(rowSum<R>(mid), Binomial<R>::shift); }
 };
+
+}  // namespace
 
 }  // namespace ombrix_blur
 
