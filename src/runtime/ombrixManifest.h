@@ -62,6 +62,12 @@ OBX_OP(obxFilterErode3x3u8_v2, obxFilterErode3x3u8C, obxFilterErode3x3u8V)
 OBX_OP(obxFilterThresholdu8_v2, obxFilterThresholdu8C, obxFilterThresholdu8V)
 
 /* Filtering: adaptive thresholds */
+OBX_OP(obxAdaptiveThresholdGaussian3x3u8, obxAdaptiveThresholdGaussian3x3u8C, obxAdaptiveThresholdGaussian3x3u8V)
+OBX_OP(obxAdaptiveThresholdGaussian5x5u8, obxAdaptiveThresholdGaussian5x5u8C, obxAdaptiveThresholdGaussian5x5u8V)
+OBX_OP(obxAdaptiveThresholdGaussian11x11u8, obxAdaptiveThresholdGaussian11x11u8C, obxAdaptiveThresholdGaussian11x11u8V)
+OBX_OP(obxAdaptiveThresholdMean3x3u8, obxAdaptiveThresholdMean3x3u8C, obxAdaptiveThresholdMean3x3u8V)
+OBX_OP(obxAdaptiveThresholdMean5x5u8, obxAdaptiveThresholdMean5x5u8C, obxAdaptiveThresholdMean5x5u8V)
+OBX_OP(obxAdaptiveThresholdMean11x11u8, obxAdaptiveThresholdMean11x11u8C, obxAdaptiveThresholdMean11x11u8V)
 
 #undef OBX_OP
 #undef OBX_OP_REF
