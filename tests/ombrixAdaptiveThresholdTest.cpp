@@ -10,7 +10,7 @@
 
 namespace {
 
-using ombrix_test::assertionPattern;
+using ombrix_test::AssertionText;
 using ombrix_test::comparisonGeometries;
 using ombrix_test::GuardedImage;
 using ombrix_test::pixelDifference;
@@ -178,7 +178,8 @@ const char kCommon[] = "src && dst && srcWidth && srcHeight && (srcStride >= src
 const char kMean5x5[] =
     "src && dst && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride && srcWidth > 4 && srcHeight > 4";
 
-struct AdaptiveAssertion {
+// Calls that break the contract, each with the module and text it must name.
+struct AdaptiveViolation {
     const char* what;
     obxAdaptiveThresholdu8_fn* fn;
     uint32_t width, height, srcStride, dstStride;
@@ -186,38 +187,36 @@ struct AdaptiveAssertion {
     const char* expression;
 };
 
-void PrintTo(const AdaptiveAssertion& c, std::ostream* os) { *os << c.what; }
-
-const AdaptiveAssertion kAssertions[] = {
+const AdaptiveViolation kViolations[] = {
     {"Gaussian3x3 C stride", obxAdaptiveThresholdGaussian3x3u8C, 8, 8, 7, 8, "src/cpu/ombrixAdaptiveThresholdC", kCommon},
+    {"Gaussian3x3 V width", obxAdaptiveThresholdGaussian3x3u8V, 0, 8, 8, 8, "src/lanex/ombrixAdaptiveThresholdV", kCommon},
     {"Gaussian5x5 C dstStride", obxAdaptiveThresholdGaussian5x5u8C, 8, 8, 8, 0, "src/cpu/ombrixAdaptiveThresholdC", kCommon},
+    {"Gaussian5x5 V stride", obxAdaptiveThresholdGaussian5x5u8V, 9, 9, 8, 9, "src/lanex/ombrixAdaptiveThresholdV", kCommon},
+    {"Gaussian11x11 C width", obxAdaptiveThresholdGaussian11x11u8C, 0, 9, 9, 9, "src/cpu/ombrixAdaptiveThresholdC", kCommon},
     {"Gaussian11x11 V height", obxAdaptiveThresholdGaussian11x11u8V, 8, 0, 8, 8, "src/lanex/ombrixAdaptiveThresholdV", kCommon},
     {"Mean3x3 C width", obxAdaptiveThresholdMean3x3u8C, 0, 8, 8, 8, "src/cpu/ombrixAdaptiveThresholdC", kCommon},
     {"Mean3x3 V stride", obxAdaptiveThresholdMean3x3u8V, 8, 8, 7, 8, "src/lanex/ombrixAdaptiveThresholdV", kCommon},
     {"Mean5x5 C small", obxAdaptiveThresholdMean5x5u8C, 4, 8, 8, 8, "src/cpu/ombrixAdaptiveThresholdC", kMean5x5},
     {"Mean5x5 V small", obxAdaptiveThresholdMean5x5u8V, 8, 4, 8, 8, "src/lanex/ombrixAdaptiveThresholdV", kMean5x5},
     {"Mean11x11 C stride", obxAdaptiveThresholdMean11x11u8C, 20, 20, 19, 20, "src/cpu/ombrixAdaptiveThresholdC", kCommon},
-    {"Gaussian3x3 V width", obxAdaptiveThresholdGaussian3x3u8V, 0, 8, 8, 8, "src/lanex/ombrixAdaptiveThresholdV", kCommon},
-    {"Gaussian5x5 V stride", obxAdaptiveThresholdGaussian5x5u8V, 9, 9, 8, 9, "src/lanex/ombrixAdaptiveThresholdV", kCommon},
-    {"Gaussian11x11 C width", obxAdaptiveThresholdGaussian11x11u8C, 0, 9, 9, 9, "src/cpu/ombrixAdaptiveThresholdC", kCommon},
     {"Mean11x11 V height", obxAdaptiveThresholdMean11x11u8V, 20, 0, 20, 20, "src/lanex/ombrixAdaptiveThresholdV", kCommon},
 };
 
-class AdaptiveAssertionText : public ::testing::TestWithParam<AdaptiveAssertion> {};
-
-TEST_P(AdaptiveAssertionText, ExactMessage) {
-    const AdaptiveAssertion& c = GetParam();
+std::vector<ombrix_test::AssertionCase> assertionCases() {
     static uint8_t src[32 * 32], dst[32 * 32];
-    EXPECT_EXIT(c.fn(src, c.width, c.height, c.srcStride, 255, 0, 0, dst, c.dstStride),
-                ::testing::ExitedWithCode(1), assertionPattern(c.module, c.expression));
+    std::vector<ombrix_test::AssertionCase> cases;
+    for (const AdaptiveViolation& v : kViolations)
+        cases.push_back({v.what, [v] { v.fn(src, v.width, v.height, v.srcStride, 255, 0, 0, dst, v.dstStride); },
+                         v.module, v.expression});
+    return cases;
 }
 
-INSTANTIATE_TEST_SUITE_P(Forms, AdaptiveAssertionText, ::testing::ValuesIn(kAssertions),
-                         [](const auto& info) { return "case" + std::to_string(info.index); });
+INSTANTIATE_TEST_SUITE_P(AdaptiveThreshold, AssertionText, ::testing::ValuesIn(assertionCases()),
+                         ombrix_test::assertionCaseName);
 
 // The 11x11 mean form checks no size itself: a small image is refused by the
 // 11x11 box filter it calls through the table.
-TEST(AdaptiveAssertionText, Mean11x11LeavesTheSizeToTheBoxFilter) {
+TEST(AdaptiveThresholdContract, Mean11x11LeavesTheSizeToTheBoxFilter) {
     static uint8_t src[10 * 10], dst[10 * 10];
     EXPECT_EXIT(obxAdaptiveThresholdMean11x11u8C(src, 10, 10, 10, 255, 0, 0, dst, 10),
                 ::testing::ExitedWithCode(1), "^E/: src/cpu/ombrixSmoothC@[0-9]+: .*srcWidth > 10 && srcHeight > 10 Assertion failed\n$");

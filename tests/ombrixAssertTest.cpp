@@ -15,17 +15,8 @@ namespace {
 using ombrix_test::assertionPattern;
 using ombrix_test::LogCapture;
 
-// One row per assertion of every operation: the call that violates it, the
-// module that must be named and the exact expression text.
-struct AssertionCase {
-    const char* what;
-    std::function<void()> violate;
-    const char* module;
-    const char* expression;
-};
-
-void PrintTo(const AssertionCase& c, std::ostream* os) { *os << c.what; }
-
+using ombrix_test::AssertionCase;
+using ombrix_test::AssertionText;
 
 uint8_t gByte[4];
 
@@ -40,16 +31,21 @@ const AssertionCase kAssertionCases[] = {
      "dstPtr && srcPtr"},
 };
 
-class AssertionText : public ::testing::TestWithParam<AssertionCase> {};
+}  // namespace
 
+// The death test every family instantiates with its own table of cases.
+namespace ombrix_test {
 TEST_P(AssertionText, LogsOneLineAndExitsWithStatusOne) {
     const AssertionCase& c = GetParam();
     EXPECT_EXIT(c.violate(), ::testing::ExitedWithCode(1), assertionPattern(c.module, c.expression))
         << c.what;
 }
+}  // namespace ombrix_test
 
-INSTANTIATE_TEST_SUITE_P(Operations, AssertionText, ::testing::ValuesIn(kAssertionCases),
-                         [](const auto& info) { return "case" + std::to_string(info.index); });
+namespace {
+
+INSTANTIATE_TEST_SUITE_P(Runtime, AssertionText, ::testing::ValuesIn(kAssertionCases),
+                         ombrix_test::assertionCaseName);
 
 TEST(LanexAssert, NonZeroValueReturns) {
     OMBRIXs_ASSERT(1, "never");

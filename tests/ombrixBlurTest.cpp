@@ -16,7 +16,6 @@
 
 namespace {
 
-using ombrix_test::assertionPattern;
 using ombrix_test::comparisonGeometries;
 using ombrix_test::GuardedImage;
 using ombrix_test::ImageGeometry;
@@ -363,14 +362,8 @@ TEST(Median3x3u8, ReferenceIsTheFifthSmallest) {
 
 // ---- Assertion texts -------------------------------------------------------------
 
-struct AssertionCase {
-    std::string what;
-    std::function<void()> violate;
-    std::string module;
-    std::string expression;
-};
-
-void PrintTo(const AssertionCase& c, std::ostream* os) { *os << c.what; }
+using ombrix_test::AssertionCase;
+using ombrix_test::AssertionText;
 
 alignas(16) uint8_t gBytes[4096];
 const uint8_t* const kSrc8 = gBytes;
@@ -451,15 +444,8 @@ std::vector<AssertionCase> assertionCases() {
     return cases;
 }
 
-class BlurAssertion : public ::testing::TestWithParam<AssertionCase> {};
-
-TEST_P(BlurAssertion, LogsOneLineAndExitsWithStatusOne) {
-    const AssertionCase& c = GetParam();
-    EXPECT_EXIT(c.violate(), ::testing::ExitedWithCode(1), assertionPattern(c.module, c.expression)) << c.what;
-}
-
-INSTANTIATE_TEST_SUITE_P(Filters, BlurAssertion, ::testing::ValuesIn(assertionCases()),
-                         [](const auto& info) { return "case" + std::to_string(info.index); });
+INSTANTIATE_TEST_SUITE_P(Blur, AssertionText, ::testing::ValuesIn(assertionCases()),
+                         ombrix_test::assertionCaseName);
 
 TEST(Gaussian, SmallestAdmittedSizesAndPackedStridesAreAccepted) {
     // srcStride == srcWidth passes every assertion (srcWidth - 1 fails above).

@@ -12,7 +12,6 @@
 
 namespace {
 
-using ombrix_test::assertionPattern;
 
 const char kBox3x3[] =
     "src && dst && srcWidth && srcHeight && srcStride && dstStride && ( srcStride >=srcWidth ) && srcWidth > 2 && "
@@ -63,14 +62,8 @@ const ThresholdContract kThresholdContracts[] = {
 uint8_t gSrc[16 * 16], gDst[16 * 16];
 
 // One row per violated contract: the call, the module and the expression.
-struct AssertionCase {
-    std::string what;
-    std::function<void()> violate;
-    const char* module;
-    const char* expression;
-};
-
-void PrintTo(const AssertionCase& c, std::ostream* os) { *os << c.what; }
+using ombrix_test::AssertionCase;
+using ombrix_test::AssertionText;
 
 std::vector<AssertionCase> assertionCases() {
     std::vector<AssertionCase> cases;
@@ -111,15 +104,8 @@ std::vector<AssertionCase> assertionCases() {
     return cases;
 }
 
-class FilterAssertion : public ::testing::TestWithParam<AssertionCase> {};
-
-TEST_P(FilterAssertion, LogsOneLineAndExitsWithStatusOne) {
-    const AssertionCase& c = GetParam();
-    EXPECT_EXIT(c.violate(), ::testing::ExitedWithCode(1), assertionPattern(c.module, c.expression)) << c.what;
-}
-
-INSTANTIATE_TEST_SUITE_P(Operations, FilterAssertion, ::testing::ValuesIn(assertionCases()),
-                         [](const auto& info) { return "case" + std::to_string(info.index); });
+INSTANTIATE_TEST_SUITE_P(Filter, AssertionText, ::testing::ValuesIn(assertionCases()),
+                         ombrix_test::assertionCaseName);
 
 // The smallest accepted arguments: minimum size, strides equal to the width.
 TEST(FilterContract, SmallestValidArgumentsPass) {

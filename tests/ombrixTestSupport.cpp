@@ -23,6 +23,12 @@ std::string assertionPattern(const std::string& module, const std::string& expre
            " Assertion failed\n$";
 }
 
+void PrintTo(const AssertionCase& c, std::ostream* os) { *os << c.what; }
+
+std::string assertionCaseName(const ::testing::TestParamInfo<AssertionCase>& info) {
+    return "case" + std::to_string(info.index);
+}
+
 std::string writeTempFile(const std::string& text) {
     char path[] = "/tmp/ombrix-test-XXXXXX";
     const int fd = mkstemp(path);

@@ -3,10 +3,12 @@
 #ifndef OMBRIX_TEST_SUPPORT_H
 #define OMBRIX_TEST_SUPPORT_H
 
+#include <gtest/gtest.h>
 #include <stdint.h>
 #include <stdlib.h>
 
 #include <algorithm>
+#include <functional>
 #include <ostream>
 #include <random>
 #include <string>
@@ -184,6 +186,20 @@ inline std::vector<ImageGeometry> comparisonGeometries(uint32_t minWidth, uint32
 
 // The regular expression matching exactly one assertion log line on stderr.
 std::string assertionPattern(const std::string& module, const std::string& expression);
+
+// One violated contract: the call, and the module and expression text that
+// its single log line must name. Each family instantiates the one death test
+// with its own table:
+//   INSTANTIATE_TEST_SUITE_P(Family, AssertionText, ::testing::ValuesIn(cases), assertionCaseName);
+struct AssertionCase {
+    std::string what;
+    std::function<void()> violate;
+    std::string module;
+    std::string expression;
+};
+void PrintTo(const AssertionCase& c, std::ostream* os);
+std::string assertionCaseName(const ::testing::TestParamInfo<AssertionCase>& info);
+class AssertionText : public ::testing::TestWithParam<AssertionCase> {};
 
 // Writes `text` to a fresh temporary file and returns its path.
 std::string writeTempFile(const std::string& text);
