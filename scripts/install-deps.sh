@@ -7,7 +7,7 @@ set -euo pipefail
 
 demo=(cmake make g++ libsimde-dev)
 tests=("${demo[@]}" libgtest-dev googletest g++-arm-linux-gnueabihf qemu-user)
-bench=("${demo[@]}" libbenchmark-dev libopencv-dev)
+bench=("${demo[@]}" libgtest-dev libbenchmark-dev libopencv-dev python3)
 
 case "${1:-tests}" in
   demo) wanted=("${demo[@]}") ;;
