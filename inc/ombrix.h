@@ -237,6 +237,12 @@ typedef obxAdaptiveThresholdu8_fn obxAdaptiveThresholdMean11x11u8_fn;
 OBX_DECLARE_OPERATION(obxAdaptiveThresholdMean11x11u8)
 OBX_API obxAdaptiveThresholdu8_fn obxAdaptiveThresholdMean11x11u8C;
 
+/* ---- YCbCr to RGB: full-range planar and pseudo-planar ------------------------ */
+
+/* ---- YCbCr to RGB: camera preview and block layouts ---------------------------- */
+
+/* ---- RGB to YCbCr and gray ------------------------------------------------------- */
+
 #ifdef __cplusplus
 }
 #endif

@@ -15,6 +15,8 @@ typedef void* obxGetScratchBufferAligned_fn(uint32_t size, uint32_t alignment);
 typedef void* obxGetScratchBufferUnaligned_fn(uint32_t size);
 typedef void obxReleaseScratchBuffer_fn(void* buffer);
 
+/* Row converters from packed RGB to YCbCr. */
+
 #define OBX_OP(name, reference, vector) name##_fn vector;
 #define OBX_KERNEL(name, reference, vector) \
     OBX_API extern name##_fn* name##_;      \

@@ -45,6 +45,12 @@ OBX_KERNEL_FIXED(obxGetScratchBufferAligned, obxScratchGetAligned)
 OBX_KERNEL_FIXED(obxGetScratchBufferUnaligned, obxScratchGetUnaligned)
 OBX_KERNEL_FIXED(obxReleaseScratchBuffer, obxScratchRelease)
 
+/* Color conversion: YCbCr to RGB, full-range planar and pseudo-planar */
+
+/* Color conversion: YCbCr to RGB, camera preview and block layouts */
+
+/* Color conversion: RGB to YCbCr and gray, with their row-converter kernels */
+
 /* Filtering: Gaussian smoothing and median */
 OBX_OP(obxFilterGaussian3x3u8_v2, obxFilterGaussian3x3u8C, obxFilterGaussian3x3u8V)
 OBX_OP(obxFilterGaussian5x5u8_v2, obxFilterGaussian5x5u8C, obxFilterGaussian5x5u8V)
