@@ -239,6 +239,93 @@ OBX_API obxAdaptiveThresholdu8_fn obxAdaptiveThresholdMean11x11u8C;
 
 /* ---- YCbCr to RGB: full-range planar and pseudo-planar ------------------------ */
 
+/* Full-range YCbCr (Q8, rounded, no luma offset) to RGB565 (B in bits 15-11,
+ * R in 4-0, little-endian), RGB888 (bytes R, G, B) or RGBA8888 (R, G, B, 255).
+ * Planar: separate Cb and Cr planes; pseudo-planar: one plane of Cb,Cr pairs.
+ * 4:2:2 and 4:2:0 share a chroma sample between pixels 2k and 2k+1 (the
+ * last pixel of an odd width has its own) and need a width of at least 2;
+ * 4:2:0 converts two rows per chroma row, so heights are to be even. A stride
+ * of 0 means packed rows. Strides are in bytes. */
+typedef void obxYCbCrPlanarToRGBu8_fn(const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr,
+                                      uint32_t srcWidth, uint32_t srcHeight, uint32_t srcYStride,
+                                      uint32_t srcCbStride, uint32_t srcCrStride, uint8_t* dst,
+                                      uint32_t dstStride);
+typedef void obxYCbCrPseudoPlanarToRGBu8_fn(const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth,
+                                            uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCStride,
+                                            uint8_t* dst, uint32_t dstStride);
+
+typedef obxYCbCrPlanarToRGBu8_fn obxColorYCbCr444PlanarToRGB565u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCbCr444PlanarToRGB565u8)
+OBX_API obxYCbCrPlanarToRGBu8_fn obxColorYCbCr444PlanarToRGB565u8C;
+
+typedef obxYCbCrPlanarToRGBu8_fn obxColorYCbCr444PlanarToRGB888u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCbCr444PlanarToRGB888u8)
+OBX_API obxYCbCrPlanarToRGBu8_fn obxColorYCbCr444PlanarToRGB888u8C;
+
+typedef obxYCbCrPlanarToRGBu8_fn obxColorYCbCr444PlanarToRGBA8888u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCbCr444PlanarToRGBA8888u8)
+OBX_API obxYCbCrPlanarToRGBu8_fn obxColorYCbCr444PlanarToRGBA8888u8C;
+
+typedef obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr444PseudoPlanarToRGB565u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCbCr444PseudoPlanarToRGB565u8)
+OBX_API obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr444PseudoPlanarToRGB565u8C;
+
+typedef obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr444PseudoPlanarToRGB888u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCbCr444PseudoPlanarToRGB888u8)
+OBX_API obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr444PseudoPlanarToRGB888u8C;
+
+typedef obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr444PseudoPlanarToRGBA8888u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCbCr444PseudoPlanarToRGBA8888u8)
+OBX_API obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr444PseudoPlanarToRGBA8888u8C;
+
+typedef obxYCbCrPlanarToRGBu8_fn obxColorYCbCr422PlanarToRGB565u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCbCr422PlanarToRGB565u8)
+OBX_API obxYCbCrPlanarToRGBu8_fn obxColorYCbCr422PlanarToRGB565u8C;
+
+typedef obxYCbCrPlanarToRGBu8_fn obxColorYCbCr422PlanarToRGB888u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCbCr422PlanarToRGB888u8)
+OBX_API obxYCbCrPlanarToRGBu8_fn obxColorYCbCr422PlanarToRGB888u8C;
+
+typedef obxYCbCrPlanarToRGBu8_fn obxColorYCbCr422PlanarToRGBA8888u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCbCr422PlanarToRGBA8888u8)
+OBX_API obxYCbCrPlanarToRGBu8_fn obxColorYCbCr422PlanarToRGBA8888u8C;
+
+typedef obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr422PseudoPlanarToRGB565u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCbCr422PseudoPlanarToRGB565u8)
+OBX_API obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr422PseudoPlanarToRGB565u8C;
+
+typedef obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr422PseudoPlanarToRGB888u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCbCr422PseudoPlanarToRGB888u8)
+OBX_API obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr422PseudoPlanarToRGB888u8C;
+
+typedef obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr422PseudoPlanarToRGBA8888u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCbCr422PseudoPlanarToRGBA8888u8)
+OBX_API obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr422PseudoPlanarToRGBA8888u8C;
+
+typedef obxYCbCrPlanarToRGBu8_fn obxColorYCbCr420PlanarToRGB565u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCbCr420PlanarToRGB565u8)
+OBX_API obxYCbCrPlanarToRGBu8_fn obxColorYCbCr420PlanarToRGB565u8C;
+
+typedef obxYCbCrPlanarToRGBu8_fn obxColorYCbCr420PlanarToRGB888u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCbCr420PlanarToRGB888u8)
+OBX_API obxYCbCrPlanarToRGBu8_fn obxColorYCbCr420PlanarToRGB888u8C;
+
+typedef obxYCbCrPlanarToRGBu8_fn obxColorYCbCr420PlanarToRGBA8888u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCbCr420PlanarToRGBA8888u8)
+OBX_API obxYCbCrPlanarToRGBu8_fn obxColorYCbCr420PlanarToRGBA8888u8C;
+
+typedef obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr420PseudoPlanarToRGB565u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCbCr420PseudoPlanarToRGB565u8)
+OBX_API obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr420PseudoPlanarToRGB565u8C;
+
+typedef obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr420PseudoPlanarToRGB888u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCbCr420PseudoPlanarToRGB888u8)
+OBX_API obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr420PseudoPlanarToRGB888u8C;
+
+typedef obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr420PseudoPlanarToRGBA8888u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCbCr420PseudoPlanarToRGBA8888u8)
+OBX_API obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr420PseudoPlanarToRGBA8888u8C;
+
 /* ---- YCbCr to RGB: camera preview and block layouts ---------------------------- */
 
 /* ---- RGB to YCbCr and gray ------------------------------------------------------- */
