@@ -287,6 +287,31 @@ TEST(ColorConversion, VectorMatchesReferenceAtTheExtremes) {
     });
 }
 
+// Every chroma pair at luma values from both ends and the middle: the
+// vector formula against the reference, and the reference against the
+// formula written out here.
+TEST(ColorConversion, EveryChromaPairMatchesTheFormula) {
+    const Operation& op = kOperations[1];  // 4:4:4 planar to RGB888
+    ASSERT_EQ(std::string(op.name), "obxColorYCbCr444PlanarToRGB888u8");
+    Source src(op, 256, 256, 0, 0);
+    for (uint32_t cr = 0; cr < 256; ++cr)
+        for (uint32_t cb = 0; cb < 256; ++cb) src.setChroma(op, cb, cr, {static_cast<uint8_t>(cb), static_cast<uint8_t>(cr)});
+    auto clamp = [](int32_t v) { return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v); };
+    for (uint8_t luma : {0, 1, 100, 128, 254, 255}) {
+        src.y.fill(luma);
+        GuardedImage<uint8_t> expected(256 * 3, 256, 256 * 3, 0), actual(256 * 3, 256, 256 * 3, 0);
+        src.call(op, false, 256, 256, expected.data(), expected.stride());
+        src.call(op, true, 256, 256, actual.data(), actual.stride());
+        ASSERT_EQ(ombrix_test::pixelDifference(expected, actual), "") << +luma;
+        for (int32_t cr = 0; cr < 256; ++cr)
+            for (int32_t cb = 0; cb < 256; ++cb) {
+                const int32_t l = luma * 256 + 128, d = cb - 128, e = cr - 128;
+                const Rgb rgb = {clamp((l + 359 * e) >> 8), clamp((l - 88 * d - 183 * e) >> 8), clamp((l + 454 * d) >> 8)};
+                ASSERT_EQ(pixelAt(expected, 3, cb, cr), packed(3, rgb)) << +luma << " " << cb << " " << cr;
+            }
+    }
+}
+
 TEST(ColorConversion, SlotStartsOnTheReference) {
     forEachOperation([](const Operation&) { return true; }, [](const Operation& op) {
         if (op.planar)

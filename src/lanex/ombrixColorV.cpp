@@ -78,11 +78,12 @@ inline void storeTriples(uint8_t* p, uint8x16_t a, uint8x16_t b, uint8x16_t c) {
 // ---- The formula in 16-bit lanes ----------------------------------------------------
 //
 // Y * 256 is a multiple of 256, so (Y * 256 + 128 + t) >> 8 = Y + ((128 + t) >> 8)
-// exactly. Splitting a further multiple of 256 off each coefficient keeps
-// every product within 16 bits (|d|, |e| <= 128):
-//   (128 + 359 e) >> 8        =  e  + ((128 + 103 e) >> 8)
-//   (128 - 88 d - 183 e) >> 8 = -e  + ((128 - 88 d + 73 e) >> 8)
-//   (128 + 454 d) >> 8        = 2 d + ((128 - 58 d) >> 8)
+// exactly; only the chroma terms need care (|d|, |e| <= 128):
+//   (128 + 359 e) >> 8 and (128 + 454 d) >> 8 are rounding doubling multiplies
+//   returning the high half, (2 x * c + 2^15) >> 16, of x = 2 e by
+//   c = 359 * 64 and of x = 2 d by c = 454 * 64: 4 * 64 * 359 e = 256 * 359 e.
+//   (128 - 88 d - 183 e) >> 8 = -e + ((128 - 88 d + 73 e) >> 8), splitting
+//   256 e off so that the sum fits 16 bits.
 // The chroma terms stay within -227..227, luma plus term fits easily, and the
 // saturating narrow is the clamp.
 struct ChromaTerms {
@@ -93,9 +94,9 @@ inline ChromaTerms chromaTerms(int16x8_t cb, int16x8_t cr) {
     const int16x8_t half = vdupq_n_s16(128);
     const int16x8_t d = vsubq_s16(cb, half), e = vsubq_s16(cr, half);
     ChromaTerms t;
-    t.r = vaddq_s16(e, vshrq_n_s16(vmlaq_n_s16(half, e, ombrix_color::kCrToR - 256), 8));
+    t.r = vqrdmulhq_s16(vaddq_s16(e, e), vdupq_n_s16(ombrix_color::kCrToR * 64));
     t.g = vsubq_s16(vshrq_n_s16(vmlaq_n_s16(vmlsq_n_s16(half, d, ombrix_color::kCbToG), e, 256 - ombrix_color::kCrToG), 8), e);
-    t.b = vaddq_s16(vaddq_s16(d, d), vshrq_n_s16(vmlsq_n_s16(half, d, 512 - ombrix_color::kCbToB), 8));
+    t.b = vqrdmulhq_s16(vaddq_s16(d, d), vdupq_n_s16(ombrix_color::kCbToB * 64));
     return t;
 }
 
