@@ -1,0 +1,182 @@
+// Vector row converters from packed RGB to YCbCr, 16 pixels per step with a
+// scalar tail of the same formulas.
+//
+// The Q8 sums are formed exactly in unsigned 16-bit lanes:
+//   Y  = (128 + 29 B + 150 G + 77 R) >> 8             at most 65408;
+//   Cb = (128 B + 85 (255 - G) + 43 (255 - R) + 256) >> 8
+//      = 128 + ((128 B - 85 G - 43 R + 128) >> 8)     since 85 + 43 = 128,
+// and Cr likewise with R, G, B and 107, 21. The Cb/Cr sum can reach 65536,
+// so its two parts are combined with a halving add and shifted by 7 more; a
+// saturating narrow then turns the one overflow case (a shifted term of 128)
+// into 255, which is the clamp of the 8-bit formats. RGB565 channels stop at
+// 248/252, where the sum stays far below that case, so the same code is exact
+// for it without a clamp.
+#include "../cpu/ombrixColorRgbRows.h"
+#include "ombrixKernels.h"
+#include "ombrixNeon.h"
+
+namespace {
+
+using namespace ombrix_color;
+
+struct Lanes {
+    uint8x16_t r, g, b;
+};
+
+// ---- Loading 16 pixels of each format ------------------------------------------------
+
+struct Rgb565Lanes {
+    using Scalar = Rgb565In;
+    static Lanes load(const uint8_t* p) {
+        const uint16x8_t w0 = vreinterpretq_u16_u8(vld1q_u8(p));
+        const uint16x8_t w1 = vreinterpretq_u16_u8(vld1q_u8(p + 16));
+        const uint8x16_t high = vcombine_u8(vshrn_n_u16(w0, 8), vshrn_n_u16(w1, 8));
+        const uint8x16_t middle = vcombine_u8(vshrn_n_u16(w0, 3), vshrn_n_u16(w1, 3));
+        const uint8x16_t low = vcombine_u8(vmovn_u16(w0), vmovn_u16(w1));
+        return {vandq_u8(high, vdupq_n_u8(0xF8)), vandq_u8(middle, vdupq_n_u8(0xFC)), vshlq_n_u8(low, 3)};
+    }
+};
+
+struct Rgb888Lanes {
+    using Scalar = Rgb888In;
+    static Lanes load(const uint8_t* p) {
+        const uint8x16x3_t v = vld3q_u8(p);
+        return {v.val[2], v.val[1], v.val[0]};
+    }
+};
+
+struct Rgba8888Lanes {
+    using Scalar = Rgba8888In;
+    static Lanes load(const uint8_t* p) {
+        const uint8x16x4_t v = vld4q_u8(p);
+        return {v.val[2], v.val[1], v.val[0]};
+    }
+};
+
+// ---- Q8 formulas on 8 lanes ------------------------------------------------------------
+
+static inline uint8x8_t luma8(uint8x8_t r, uint8x8_t g, uint8x8_t b) {
+    uint16x8_t sum = vmlal_u8(vdupq_n_u16(128), b, vdup_n_u8(29));
+    sum = vmlal_u8(sum, g, vdup_n_u8(150));
+    sum = vmlal_u8(sum, r, vdup_n_u8(77));
+    return vshrn_n_u16(sum, 8);
+}
+
+// 128 + ((128 main - kSecond second - kThird third + 128) >> 8), clamped to 255,
+// for kSecond + kThird = 128.
+static inline uint8x8_t chroma8(uint8x8_t main, uint8x8_t second, uint8x8_t third, uint8_t kSecond,
+                                uint8_t kThird) {
+    const uint16x8_t a = vmlal_u8(vmull_u8(main, vdup_n_u8(128)), vmvn_u8(second), vdup_n_u8(kSecond));
+    const uint16x8_t b = vmlal_u8(vdupq_n_u16(256), vmvn_u8(third), vdup_n_u8(kThird));
+    return vqshrn_n_u16(vhaddq_u16(a, b), 7);
+}
+static inline uint8x8_t cb8(uint8x8_t r, uint8x8_t g, uint8x8_t b) { return chroma8(b, g, r, 85, 43); }
+static inline uint8x8_t cr8(uint8x8_t r, uint8x8_t g, uint8x8_t b) { return chroma8(r, g, b, 107, 21); }
+
+static inline uint8x16_t luma16(const Lanes& v) {
+    return vcombine_u8(luma8(vget_low_u8(v.r), vget_low_u8(v.g), vget_low_u8(v.b)),
+                       luma8(vget_high_u8(v.r), vget_high_u8(v.g), vget_high_u8(v.b)));
+}
+static inline uint8x16_t cb16(const Lanes& v) {
+    return vcombine_u8(cb8(vget_low_u8(v.r), vget_low_u8(v.g), vget_low_u8(v.b)),
+                       cb8(vget_high_u8(v.r), vget_high_u8(v.g), vget_high_u8(v.b)));
+}
+static inline uint8x16_t cr16(const Lanes& v) {
+    return vcombine_u8(cr8(vget_low_u8(v.r), vget_low_u8(v.g), vget_low_u8(v.b)),
+                       cr8(vget_high_u8(v.r), vget_high_u8(v.g), vget_high_u8(v.b)));
+}
+
+// The even lanes (pixels 0, 2, ... 14): the low byte of each 16-bit lane.
+static inline uint8x8_t evenLanes(uint8x16_t v) { return vmovn_u16(vreinterpretq_u16_u8(v)); }
+static inline uint8x8_t cbEven(const Lanes& v) { return cb8(evenLanes(v.r), evenLanes(v.g), evenLanes(v.b)); }
+static inline uint8x8_t crEven(const Lanes& v) { return cr8(evenLanes(v.r), evenLanes(v.g), evenLanes(v.b)); }
+
+// ---- Row converters --------------------------------------------------------------------
+
+template <class F>
+void lumaRowV(const uint8_t* src, uint8_t* dstY, uint32_t width) {
+    constexpr uint32_t kBytes = F::Scalar::kBytes;
+    uint32_t x = 0;
+    for (; x + 16 <= width; x += 16) vst1q_u8(dstY + x, luma16(F::load(src + x * kBytes)));
+    lumaRow<typename F::Scalar>(src + x * kBytes, dstY + x, width - x);
+}
+
+template <class F>
+void planarFullV(const uint8_t* src, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr, uint32_t width) {
+    constexpr uint32_t kBytes = F::Scalar::kBytes;
+    uint32_t x = 0;
+    for (; x + 16 <= width; x += 16) {
+        const Lanes v = F::load(src + x * kBytes);
+        vst1q_u8(dstY + x, luma16(v));
+        vst1q_u8(dstCb + x, cb16(v));
+        vst1q_u8(dstCr + x, cr16(v));
+    }
+    fullChromaRow<typename F::Scalar>(src + x * kBytes, dstY + x, dstCb + x, dstCr + x, 1, width - x);
+}
+
+template <class F>
+void interleavedFullV(const uint8_t* src, uint8_t* dstY, uint8_t* dstC, uint32_t width) {
+    constexpr uint32_t kBytes = F::Scalar::kBytes;
+    uint32_t x = 0;
+    for (; x + 16 <= width; x += 16) {
+        const Lanes v = F::load(src + x * kBytes);
+        vst1q_u8(dstY + x, luma16(v));
+        vst2q_u8(dstC + 2 * x, (uint8x16x2_t{{cb16(v), cr16(v)}}));
+    }
+    uint8_t* const c = dstC + 2 * x;
+    fullChromaRow<typename F::Scalar>(src + x * kBytes, dstY + x, c, c + 1, 2, width - x);
+}
+
+// Odd widths write nothing, as in the reference; the tail width stays even.
+template <class F>
+void planarPairsV(const uint8_t* src, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr, uint32_t width) {
+    if (width & 1) return;
+    constexpr uint32_t kBytes = F::Scalar::kBytes;
+    uint32_t x = 0;
+    for (; x + 16 <= width; x += 16) {
+        const Lanes v = F::load(src + x * kBytes);
+        vst1q_u8(dstY + x, luma16(v));
+        vst1_u8(dstCb + x / 2, cbEven(v));
+        vst1_u8(dstCr + x / 2, crEven(v));
+    }
+    pairChromaRow<typename F::Scalar>(src + x * kBytes, dstY + x, dstCb + x / 2, dstCr + x / 2, 1, width - x);
+}
+
+template <class F>
+void interleavedPairsV(const uint8_t* src, uint8_t* dstY, uint8_t* dstC, uint32_t width) {
+    if (width & 1) return;
+    constexpr uint32_t kBytes = F::Scalar::kBytes;
+    uint32_t x = 0;
+    for (; x + 16 <= width; x += 16) {
+        const Lanes v = F::load(src + x * kBytes);
+        vst1q_u8(dstY + x, luma16(v));
+        vst2_u8(dstC + x, (uint8x8x2_t{{cbEven(v), crEven(v)}}));
+    }
+    pairChromaRow<typename F::Scalar>(src + x * kBytes, dstY + x, dstC + x, dstC + x + 1, 2, width - x);
+}
+
+}  // namespace
+
+// The five converters of one input format.
+#define OMBRIX_RGB_ROW_CONVERTERS_V(prefix, Lanes)                                                   \
+    void prefix##yuvpV(const uint8_t* src, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr, uint32_t width) { \
+        planarFullV<Lanes>(src, dstY, dstCb, dstCr, width);                                          \
+    }                                                                                                \
+    void prefix##yyuvpV(const uint8_t* src, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr, uint32_t width) { \
+        planarPairsV<Lanes>(src, dstY, dstCb, dstCr, width);                                         \
+    }                                                                                                \
+    void prefix##yV(const uint8_t* src, uint8_t* dstY, uint32_t width) { lumaRowV<Lanes>(src, dstY, width); } \
+    void prefix##yuvV(const uint8_t* src, uint8_t* dstY, uint8_t* dstC, uint32_t width) {            \
+        interleavedFullV<Lanes>(src, dstY, dstC, width);                                             \
+    }                                                                                                \
+    void prefix##yyuvV(const uint8_t* src, uint8_t* dstY, uint8_t* dstC, uint32_t width) {           \
+        interleavedPairsV<Lanes>(src, dstY, dstC, width);                                            \
+    }
+
+extern "C" {
+
+OMBRIX_RGB_ROW_CONVERTERS_V(rgb5652, Rgb565Lanes)
+OMBRIX_RGB_ROW_CONVERTERS_V(rgb8882, Rgb888Lanes)
+OMBRIX_RGB_ROW_CONVERTERS_V(rgba88882, Rgba8888Lanes)
+
+}  // extern "C"
