@@ -128,4 +128,27 @@ inline void grayRow(const uint8_t* src, uint8_t* dst, uint32_t width) {
 }  // namespace
 }  // namespace ombrix_color
 
+// Defines the five row converters of one input format, <prefix><shape><suffix>
+// (rgb8882yuvpC, rgb8882yuvpV, ...), from templates that the including file
+// provides: planarFull, planarPairs, lumaOnly, interleavedFull and
+// interleavedPairs over `Format`.
+#define OMBRIX_RGB_ROW_CONVERTERS(prefix, suffix, Format)                                             \
+    void prefix##yuvp##suffix(const uint8_t* src, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,      \
+                              uint32_t width) {                                                       \
+        planarFull<Format>(src, dstY, dstCb, dstCr, width);                                           \
+    }                                                                                                 \
+    void prefix##yyuvp##suffix(const uint8_t* src, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,     \
+                               uint32_t width) {                                                      \
+        planarPairs<Format>(src, dstY, dstCb, dstCr, width);                                          \
+    }                                                                                                 \
+    void prefix##y##suffix(const uint8_t* src, uint8_t* dstY, uint32_t width) {                       \
+        lumaOnly<Format>(src, dstY, width);                                                           \
+    }                                                                                                 \
+    void prefix##yuv##suffix(const uint8_t* src, uint8_t* dstY, uint8_t* dstC, uint32_t width) {      \
+        interleavedFull<Format>(src, dstY, dstC, width);                                              \
+    }                                                                                                 \
+    void prefix##yyuv##suffix(const uint8_t* src, uint8_t* dstY, uint8_t* dstC, uint32_t width) {     \
+        interleavedPairs<Format>(src, dstY, dstC, width);                                             \
+    }
+
 #endif  // OMBRIX_COLOR_RGB_ROWS_H

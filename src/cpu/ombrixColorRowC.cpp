@@ -17,6 +17,10 @@ void planarPairs(const uint8_t* src, uint8_t* dstY, uint8_t* dstCb, uint8_t* dst
     pairChromaRow<Format>(src, dstY, dstCb, dstCr, 1, width);
 }
 template <class Format>
+void lumaOnly(const uint8_t* src, uint8_t* dstY, uint32_t width) {
+    lumaRow<Format>(src, dstY, width);
+}
+template <class Format>
 void interleavedFull(const uint8_t* src, uint8_t* dstY, uint8_t* dstC, uint32_t width) {
     fullChromaRow<Format>(src, dstY, dstC, dstC + 1, 2, width);
 }
@@ -27,26 +31,10 @@ void interleavedPairs(const uint8_t* src, uint8_t* dstY, uint8_t* dstC, uint32_t
 
 }  // namespace
 
-// The five converters of one input format.
-#define OMBRIX_RGB_ROW_CONVERTERS(prefix, Format)                                                    \
-    void prefix##yuvpC(const uint8_t* src, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr, uint32_t width) { \
-        planarFull<Format>(src, dstY, dstCb, dstCr, width);                                          \
-    }                                                                                                \
-    void prefix##yyuvpC(const uint8_t* src, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr, uint32_t width) { \
-        planarPairs<Format>(src, dstY, dstCb, dstCr, width);                                         \
-    }                                                                                                \
-    void prefix##yC(const uint8_t* src, uint8_t* dstY, uint32_t width) { lumaRow<Format>(src, dstY, width); } \
-    void prefix##yuvC(const uint8_t* src, uint8_t* dstY, uint8_t* dstC, uint32_t width) {            \
-        interleavedFull<Format>(src, dstY, dstC, width);                                             \
-    }                                                                                                \
-    void prefix##yyuvC(const uint8_t* src, uint8_t* dstY, uint8_t* dstC, uint32_t width) {           \
-        interleavedPairs<Format>(src, dstY, dstC, width);                                            \
-    }
-
 extern "C" {
 
-OMBRIX_RGB_ROW_CONVERTERS(rgb5652, Rgb565In)
-OMBRIX_RGB_ROW_CONVERTERS(rgb8882, Rgb888In)
-OMBRIX_RGB_ROW_CONVERTERS(rgba88882, Rgba8888In)
+OMBRIX_RGB_ROW_CONVERTERS(rgb5652, C, Rgb565In)
+OMBRIX_RGB_ROW_CONVERTERS(rgb8882, C, Rgb888In)
+OMBRIX_RGB_ROW_CONVERTERS(rgba88882, C, Rgba8888In)
 
 }  // extern "C"

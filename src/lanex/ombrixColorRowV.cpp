@@ -91,92 +91,94 @@ static inline uint8x8_t evenLanes(uint8x16_t v) { return vmovn_u16(vreinterpretq
 static inline uint8x8_t cbEven(const Lanes& v) { return cb8(evenLanes(v.r), evenLanes(v.g), evenLanes(v.b)); }
 static inline uint8x8_t crEven(const Lanes& v) { return cr8(evenLanes(v.r), evenLanes(v.g), evenLanes(v.b)); }
 
+// ---- Where chroma goes: two planes, or one row of Cb, Cr pairs ------------------------
+
+struct PlanarChroma {
+    static constexpr uint32_t kStep = 1;
+    uint8_t* cb;
+    uint8_t* cr;
+    void store16(uint32_t i, uint8x16_t b, uint8x16_t r) const {
+        vst1q_u8(cb + i, b);
+        vst1q_u8(cr + i, r);
+    }
+    void store8(uint32_t i, uint8x8_t b, uint8x8_t r) const {
+        vst1_u8(cb + i, b);
+        vst1_u8(cr + i, r);
+    }
+    uint8_t* cbAt(uint32_t i) const { return cb + i; }
+    uint8_t* crAt(uint32_t i) const { return cr + i; }
+};
+
+struct InterleavedChroma {
+    static constexpr uint32_t kStep = 2;
+    uint8_t* c;
+    void store16(uint32_t i, uint8x16_t b, uint8x16_t r) const { vst2q_u8(c + 2 * i, (uint8x16x2_t{{b, r}})); }
+    void store8(uint32_t i, uint8x8_t b, uint8x8_t r) const { vst2_u8(c + 2 * i, (uint8x8x2_t{{b, r}})); }
+    uint8_t* cbAt(uint32_t i) const { return c + 2 * i; }
+    uint8_t* crAt(uint32_t i) const { return c + 2 * i + 1; }
+};
+
 // ---- Row converters --------------------------------------------------------------------
 
 template <class F>
-void lumaRowV(const uint8_t* src, uint8_t* dstY, uint32_t width) {
+void lumaOnly(const uint8_t* src, uint8_t* dstY, uint32_t width) {
     constexpr uint32_t kBytes = F::Scalar::kBytes;
     uint32_t x = 0;
     for (; x + 16 <= width; x += 16) vst1q_u8(dstY + x, luma16(F::load(src + x * kBytes)));
     lumaRow<typename F::Scalar>(src + x * kBytes, dstY + x, width - x);
 }
 
-template <class F>
-void planarFullV(const uint8_t* src, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr, uint32_t width) {
+template <class F, class Chroma>
+void fullRow(const uint8_t* src, uint8_t* dstY, Chroma chroma, uint32_t width) {
     constexpr uint32_t kBytes = F::Scalar::kBytes;
     uint32_t x = 0;
     for (; x + 16 <= width; x += 16) {
         const Lanes v = F::load(src + x * kBytes);
         vst1q_u8(dstY + x, luma16(v));
-        vst1q_u8(dstCb + x, cb16(v));
-        vst1q_u8(dstCr + x, cr16(v));
+        chroma.store16(x, cb16(v), cr16(v));
     }
-    fullChromaRow<typename F::Scalar>(src + x * kBytes, dstY + x, dstCb + x, dstCr + x, 1, width - x);
-}
-
-template <class F>
-void interleavedFullV(const uint8_t* src, uint8_t* dstY, uint8_t* dstC, uint32_t width) {
-    constexpr uint32_t kBytes = F::Scalar::kBytes;
-    uint32_t x = 0;
-    for (; x + 16 <= width; x += 16) {
-        const Lanes v = F::load(src + x * kBytes);
-        vst1q_u8(dstY + x, luma16(v));
-        vst2q_u8(dstC + 2 * x, (uint8x16x2_t{{cb16(v), cr16(v)}}));
-    }
-    uint8_t* const c = dstC + 2 * x;
-    fullChromaRow<typename F::Scalar>(src + x * kBytes, dstY + x, c, c + 1, 2, width - x);
+    fullChromaRow<typename F::Scalar>(src + x * kBytes, dstY + x, chroma.cbAt(x), chroma.crAt(x), Chroma::kStep,
+                                      width - x);
 }
 
 // Odd widths write nothing, as in the reference; the tail width stays even.
-template <class F>
-void planarPairsV(const uint8_t* src, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr, uint32_t width) {
+template <class F, class Chroma>
+void pairRow(const uint8_t* src, uint8_t* dstY, Chroma chroma, uint32_t width) {
     if (width & 1) return;
     constexpr uint32_t kBytes = F::Scalar::kBytes;
     uint32_t x = 0;
     for (; x + 16 <= width; x += 16) {
         const Lanes v = F::load(src + x * kBytes);
         vst1q_u8(dstY + x, luma16(v));
-        vst1_u8(dstCb + x / 2, cbEven(v));
-        vst1_u8(dstCr + x / 2, crEven(v));
+        chroma.store8(x / 2, cbEven(v), crEven(v));
     }
-    pairChromaRow<typename F::Scalar>(src + x * kBytes, dstY + x, dstCb + x / 2, dstCr + x / 2, 1, width - x);
+    pairChromaRow<typename F::Scalar>(src + x * kBytes, dstY + x, chroma.cbAt(x / 2), chroma.crAt(x / 2),
+                                      Chroma::kStep, width - x);
 }
 
 template <class F>
-void interleavedPairsV(const uint8_t* src, uint8_t* dstY, uint8_t* dstC, uint32_t width) {
-    if (width & 1) return;
-    constexpr uint32_t kBytes = F::Scalar::kBytes;
-    uint32_t x = 0;
-    for (; x + 16 <= width; x += 16) {
-        const Lanes v = F::load(src + x * kBytes);
-        vst1q_u8(dstY + x, luma16(v));
-        vst2_u8(dstC + x, (uint8x8x2_t{{cbEven(v), crEven(v)}}));
-    }
-    pairChromaRow<typename F::Scalar>(src + x * kBytes, dstY + x, dstC + x, dstC + x + 1, 2, width - x);
+void planarFull(const uint8_t* src, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr, uint32_t width) {
+    fullRow<F>(src, dstY, PlanarChroma{dstCb, dstCr}, width);
+}
+template <class F>
+void planarPairs(const uint8_t* src, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr, uint32_t width) {
+    pairRow<F>(src, dstY, PlanarChroma{dstCb, dstCr}, width);
+}
+template <class F>
+void interleavedFull(const uint8_t* src, uint8_t* dstY, uint8_t* dstC, uint32_t width) {
+    fullRow<F>(src, dstY, InterleavedChroma{dstC}, width);
+}
+template <class F>
+void interleavedPairs(const uint8_t* src, uint8_t* dstY, uint8_t* dstC, uint32_t width) {
+    pairRow<F>(src, dstY, InterleavedChroma{dstC}, width);
 }
 
 }  // namespace
 
-// The five converters of one input format.
-#define OMBRIX_RGB_ROW_CONVERTERS_V(prefix, Lanes)                                                   \
-    void prefix##yuvpV(const uint8_t* src, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr, uint32_t width) { \
-        planarFullV<Lanes>(src, dstY, dstCb, dstCr, width);                                          \
-    }                                                                                                \
-    void prefix##yyuvpV(const uint8_t* src, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr, uint32_t width) { \
-        planarPairsV<Lanes>(src, dstY, dstCb, dstCr, width);                                         \
-    }                                                                                                \
-    void prefix##yV(const uint8_t* src, uint8_t* dstY, uint32_t width) { lumaRowV<Lanes>(src, dstY, width); } \
-    void prefix##yuvV(const uint8_t* src, uint8_t* dstY, uint8_t* dstC, uint32_t width) {            \
-        interleavedFullV<Lanes>(src, dstY, dstC, width);                                             \
-    }                                                                                                \
-    void prefix##yyuvV(const uint8_t* src, uint8_t* dstY, uint8_t* dstC, uint32_t width) {           \
-        interleavedPairsV<Lanes>(src, dstY, dstC, width);                                            \
-    }
-
 extern "C" {
 
-OMBRIX_RGB_ROW_CONVERTERS_V(rgb5652, Rgb565Lanes)
-OMBRIX_RGB_ROW_CONVERTERS_V(rgb8882, Rgb888Lanes)
-OMBRIX_RGB_ROW_CONVERTERS_V(rgba88882, Rgba8888Lanes)
+OMBRIX_RGB_ROW_CONVERTERS(rgb5652, V, Rgb565Lanes)
+OMBRIX_RGB_ROW_CONVERTERS(rgb8882, V, Rgb888Lanes)
+OMBRIX_RGB_ROW_CONVERTERS(rgba88882, V, Rgba8888Lanes)
 
 }  // extern "C"
