@@ -47,11 +47,23 @@ struct Rgb888Lanes {
 
 struct Rgba8888Lanes {
     using Scalar = Rgba8888In;
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
     static Lanes load(const uint8_t* p) {
         const uint8x16x4_t v = vld4q_u8(p);
         return {v.val[2], v.val[1], v.val[0]};
     }
+#else
+    // Two rounds of de-interleaving: bytes B, R and G, x, then each channel.
+    static Lanes load(const uint8_t* p) {
+        const uint8x16x2_t ab = vuzpq_u8(vld1q_u8(p), vld1q_u8(p + 16));
+        const uint8x16x2_t cd = vuzpq_u8(vld1q_u8(p + 32), vld1q_u8(p + 48));
+        const uint8x16x2_t blueRed = vuzpq_u8(ab.val[0], cd.val[0]);
+        return {blueRed.val[1], vuzpq_u8(ab.val[1], cd.val[1]).val[0], blueRed.val[0]};
+    }
+#endif
 };
+
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
 
 // ---- Q8 formulas on 8 lanes ------------------------------------------------------------
 
@@ -90,6 +102,61 @@ static inline uint8x16_t cr16(const Lanes& v) {
 static inline uint8x8_t evenLanes(uint8x16_t v) { return vmovn_u16(vreinterpretq_u16_u8(v)); }
 static inline uint8x8_t cbEven(const Lanes& v) { return cb8(evenLanes(v.r), evenLanes(v.g), evenLanes(v.b)); }
 static inline uint8x8_t crEven(const Lanes& v) { return cr8(evenLanes(v.r), evenLanes(v.g), evenLanes(v.b)); }
+
+#else
+
+// On hosts, where the 64-bit vector types are translated at a high cost, the
+// same sums are formed on whole 128-bit registers: bytes are widened by
+// interleaving with zero and results narrowed by de-interleaving.
+
+static inline uint16x8x2_t widenBytes(uint8x16_t a) {
+    const uint8x16x2_t z = vzipq_u8(a, vdupq_n_u8(0));
+    return {{vreinterpretq_u16_u8(z.val[0]), vreinterpretq_u16_u8(z.val[1])}};
+}
+static inline uint8x16_t narrowBytes(uint16x8_t lo, uint16x8_t hi) {
+    return vuzpq_u8(vreinterpretq_u8_u16(lo), vreinterpretq_u8_u16(hi)).val[0];
+}
+
+static inline uint16x8_t lumaWide(uint16x8_t r, uint16x8_t g, uint16x8_t b) {
+    uint16x8_t sum = vmlaq_n_u16(vdupq_n_u16(128), b, 29);
+    sum = vmlaq_n_u16(sum, g, 150);
+    sum = vmlaq_n_u16(sum, r, 77);
+    return vshrq_n_u16(sum, 8);
+}
+
+// As chroma8, on channels already widened; `secondInv` and `thirdInv` are
+// 255 - channel.
+static inline uint16x8_t chromaWide(uint16x8_t main, uint16x8_t secondInv, uint16x8_t thirdInv, uint16_t kSecond,
+                                    uint16_t kThird) {
+    const uint16x8_t a = vmlaq_n_u16(vshlq_n_u16(main, 7), secondInv, kSecond);
+    const uint16x8_t b = vmlaq_n_u16(vdupq_n_u16(256), thirdInv, kThird);
+    return vminq_u16(vshrq_n_u16(vhaddq_u16(a, b), 7), vdupq_n_u16(255));
+}
+
+static inline uint8x16_t luma16(const Lanes& v) {
+    const uint16x8x2_t r = widenBytes(v.r), g = widenBytes(v.g), b = widenBytes(v.b);
+    return narrowBytes(lumaWide(r.val[0], g.val[0], b.val[0]), lumaWide(r.val[1], g.val[1], b.val[1]));
+}
+static inline uint8x16_t chroma16(uint8x16_t main, uint8x16_t second, uint8x16_t third, uint16_t kSecond,
+                                  uint16_t kThird) {
+    const uint16x8x2_t m = widenBytes(main), s = widenBytes(vmvnq_u8(second)), t = widenBytes(vmvnq_u8(third));
+    return narrowBytes(chromaWide(m.val[0], s.val[0], t.val[0], kSecond, kThird),
+                       chromaWide(m.val[1], s.val[1], t.val[1], kSecond, kThird));
+}
+static inline uint8x16_t cb16(const Lanes& v) { return chroma16(v.b, v.g, v.r, 85, 43); }
+static inline uint8x16_t cr16(const Lanes& v) { return chroma16(v.r, v.g, v.b, 107, 21); }
+
+// The even lanes (pixels 0, 2, ... 14), widened: the low byte of each 16-bit lane.
+static inline uint16x8_t evenWide(uint8x16_t v) { return vandq_u16(vreinterpretq_u16_u8(v), vdupq_n_u16(255)); }
+static inline uint16x8_t evenWideInverted(uint8x16_t v) { return evenWide(vmvnq_u8(v)); }
+static inline uint8x8_t cbEven(const Lanes& v) {
+    return vmovn_u16(chromaWide(evenWide(v.b), evenWideInverted(v.g), evenWideInverted(v.r), 85, 43));
+}
+static inline uint8x8_t crEven(const Lanes& v) {
+    return vmovn_u16(chromaWide(evenWide(v.r), evenWideInverted(v.g), evenWideInverted(v.b), 107, 21));
+}
+
+#endif
 
 // ---- Where chroma goes: two planes, or one row of Cb, Cr pairs ------------------------
 
