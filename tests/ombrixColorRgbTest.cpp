@@ -232,12 +232,11 @@ const Layout kLayouts[] = {OMBRIX_LAYOUTS_OF(RGB565, kRgb565), OMBRIX_LAYOUTS_OF
 struct Planes {
     GuardedImage<uint8_t> y, a, b;
     uint32_t pad;
-    Planes(const Layout& l, uint32_t width, uint32_t height, uint32_t rows, uint32_t pad)
+    Planes(const Layout& l, uint32_t width, uint32_t rows, uint32_t pad)
         : y(width, rows, width + pad, 5),
           a(l.chromaWidth(width) * (l.planar ? 1 : 2), l.chromaHeight(rows), l.chromaWidth(width) * (l.planar ? 1 : 2) + pad, 9),
           b(l.planar ? l.chromaWidth(width) : 0, l.planar ? l.chromaHeight(rows) : 0, l.chromaWidth(width) + pad, 13),
           pad(pad) {
-        (void)height;
         y.fill(0x5A);
         a.fill(0x5A);
         b.fill(0x5A);
@@ -295,7 +294,7 @@ TEST_P(ColorRgbLayout, MatchesThePixelModelOnBothTables) {
                          (vectorTable ? " vector table" : " reference table"));
             GuardedImage<uint8_t> src(width * kBytes[l.format], height, width * kBytes[l.format] + pad, 3);
             src.fillRandom(rng);
-            Planes p(l, width, height, height, pad);
+            Planes p(l, width, height, pad);
             runLayout(l, src, width, height, p);
             expectModel(l, src, width, height, p);
             ASSERT_TRUE(p.guardsIntact());
@@ -318,7 +317,7 @@ TEST_P(ColorRgbPairLayout, OddWidthLeavesPairRowsUnwritten) {
             const uint32_t height = 4;
             GuardedImage<uint8_t> src(width * kBytes[l.format], height, width * kBytes[l.format] + 2, 1);
             src.fillRandom(rng);
-            Planes p(l, width, height, height, 4);
+            Planes p(l, width, height, 4);
             runLayout(l, src, width, height, p);
             for (uint32_t y = 0; y < height; ++y)
                 for (uint32_t x = 0; x < width; ++x) {
@@ -344,7 +343,7 @@ TEST_P(ColorRgbBlockLayout, OddHeightConvertsTheRowBelow) {
     const uint32_t width = 6, height = 3, rows = 4;
     GuardedImage<uint8_t> src(width * kBytes[l.format], rows, width * kBytes[l.format] + 1, 0);
     src.fillRandom(rng);
-    Planes p(l, width, height, rows, 2);
+    Planes p(l, width, rows, 2);
     runLayout(l, src, width, height, p);
     expectModel(l, src, width, rows, p);
     ASSERT_TRUE(p.guardsIntact());
