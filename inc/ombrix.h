@@ -330,6 +330,108 @@ OBX_API obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr420PseudoPlanarToRGBA8888u8C
 
 /* ---- RGB to YCbCr and gray ------------------------------------------------------- */
 
+/* Packed RGB to full-range YCbCr (Q8, rounding). Input pixels: RGB565 as a
+ * little-endian word with R in bits 15-11, each field widened by a left shift;
+ * RGB888 as bytes B, G, R; RGBA8888 as bytes B, G, R and an ignored byte.
+ * 422 chroma comes from the even pixel of each pair and 420 chroma from the
+ * top-left pixel of each 2x2 block; with an odd width the rows that carry
+ * chroma are left unwritten, and 420 processes rows in pairs (an odd height
+ * also converts row srcHeight). Strides are in bytes; 0 means packed. */
+typedef void obxRgbToYCbCrPlanaru8_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                      uint32_t srcStride, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                      uint32_t dstYStride, uint32_t dstCbStride, uint32_t dstCrStride);
+/* The same with one plane of Cb, Cr pairs. */
+typedef void obxRgbToYCbCrPseudoPlanaru8_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                            uint32_t srcStride, uint8_t* dstY, uint8_t* dstC,
+                                            uint32_t dstYStride, uint32_t dstCStride);
+/* RGB888 read as bytes R, G, B into one u8 image. */
+typedef void obxRgb888Convertu8_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                   uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+
+typedef obxRgbToYCbCrPlanaru8_fn obxColorRGB565ToYCbCr444Planaru8_fn;
+OBX_DECLARE_OPERATION(obxColorRGB565ToYCbCr444Planaru8)
+OBX_API obxRgbToYCbCrPlanaru8_fn obxColorRGB565ToYCbCr444Planaru8C;
+
+typedef obxRgbToYCbCrPseudoPlanaru8_fn obxColorRGB565ToYCbCr444PseudoPlanaru8_fn;
+OBX_DECLARE_OPERATION(obxColorRGB565ToYCbCr444PseudoPlanaru8)
+OBX_API obxRgbToYCbCrPseudoPlanaru8_fn obxColorRGB565ToYCbCr444PseudoPlanaru8C;
+
+typedef obxRgbToYCbCrPlanaru8_fn obxColorRGB565ToYCbCr422Planaru8_fn;
+OBX_DECLARE_OPERATION(obxColorRGB565ToYCbCr422Planaru8)
+OBX_API obxRgbToYCbCrPlanaru8_fn obxColorRGB565ToYCbCr422Planaru8C;
+
+typedef obxRgbToYCbCrPseudoPlanaru8_fn obxColorRGB565ToYCbCr422PseudoPlanaru8_fn;
+OBX_DECLARE_OPERATION(obxColorRGB565ToYCbCr422PseudoPlanaru8)
+OBX_API obxRgbToYCbCrPseudoPlanaru8_fn obxColorRGB565ToYCbCr422PseudoPlanaru8C;
+
+typedef obxRgbToYCbCrPlanaru8_fn obxColorRGB565ToYCbCr420Planaru8_fn;
+OBX_DECLARE_OPERATION(obxColorRGB565ToYCbCr420Planaru8)
+OBX_API obxRgbToYCbCrPlanaru8_fn obxColorRGB565ToYCbCr420Planaru8C;
+
+typedef obxRgbToYCbCrPseudoPlanaru8_fn obxColorRGB565ToYCbCr420PseudoPlanaru8_fn;
+OBX_DECLARE_OPERATION(obxColorRGB565ToYCbCr420PseudoPlanaru8)
+OBX_API obxRgbToYCbCrPseudoPlanaru8_fn obxColorRGB565ToYCbCr420PseudoPlanaru8C;
+
+typedef obxRgbToYCbCrPlanaru8_fn obxColorRGB888ToYCbCr444Planaru8_fn;
+OBX_DECLARE_OPERATION(obxColorRGB888ToYCbCr444Planaru8)
+OBX_API obxRgbToYCbCrPlanaru8_fn obxColorRGB888ToYCbCr444Planaru8C;
+
+typedef obxRgbToYCbCrPseudoPlanaru8_fn obxColorRGB888ToYCbCr444PseudoPlanaru8_fn;
+OBX_DECLARE_OPERATION(obxColorRGB888ToYCbCr444PseudoPlanaru8)
+OBX_API obxRgbToYCbCrPseudoPlanaru8_fn obxColorRGB888ToYCbCr444PseudoPlanaru8C;
+
+typedef obxRgbToYCbCrPlanaru8_fn obxColorRGB888ToYCbCr422Planaru8_fn;
+OBX_DECLARE_OPERATION(obxColorRGB888ToYCbCr422Planaru8)
+OBX_API obxRgbToYCbCrPlanaru8_fn obxColorRGB888ToYCbCr422Planaru8C;
+
+typedef obxRgbToYCbCrPseudoPlanaru8_fn obxColorRGB888ToYCbCr422PseudoPlanaru8_fn;
+OBX_DECLARE_OPERATION(obxColorRGB888ToYCbCr422PseudoPlanaru8)
+OBX_API obxRgbToYCbCrPseudoPlanaru8_fn obxColorRGB888ToYCbCr422PseudoPlanaru8C;
+
+typedef obxRgbToYCbCrPlanaru8_fn obxColorRGB888ToYCbCr420Planaru8_fn;
+OBX_DECLARE_OPERATION(obxColorRGB888ToYCbCr420Planaru8)
+OBX_API obxRgbToYCbCrPlanaru8_fn obxColorRGB888ToYCbCr420Planaru8C;
+
+typedef obxRgbToYCbCrPseudoPlanaru8_fn obxColorRGB888ToYCbCr420PseudoPlanaru8_fn;
+OBX_DECLARE_OPERATION(obxColorRGB888ToYCbCr420PseudoPlanaru8)
+OBX_API obxRgbToYCbCrPseudoPlanaru8_fn obxColorRGB888ToYCbCr420PseudoPlanaru8C;
+
+typedef obxRgbToYCbCrPlanaru8_fn obxColorRGBA8888ToYCbCr444Planaru8_fn;
+OBX_DECLARE_OPERATION(obxColorRGBA8888ToYCbCr444Planaru8)
+OBX_API obxRgbToYCbCrPlanaru8_fn obxColorRGBA8888ToYCbCr444Planaru8C;
+
+typedef obxRgbToYCbCrPseudoPlanaru8_fn obxColorRGBA8888ToYCbCr444PseudoPlanaru8_fn;
+OBX_DECLARE_OPERATION(obxColorRGBA8888ToYCbCr444PseudoPlanaru8)
+OBX_API obxRgbToYCbCrPseudoPlanaru8_fn obxColorRGBA8888ToYCbCr444PseudoPlanaru8C;
+
+typedef obxRgbToYCbCrPlanaru8_fn obxColorRGBA8888ToYCbCr422Planaru8_fn;
+OBX_DECLARE_OPERATION(obxColorRGBA8888ToYCbCr422Planaru8)
+OBX_API obxRgbToYCbCrPlanaru8_fn obxColorRGBA8888ToYCbCr422Planaru8C;
+
+typedef obxRgbToYCbCrPseudoPlanaru8_fn obxColorRGBA8888ToYCbCr422PseudoPlanaru8_fn;
+OBX_DECLARE_OPERATION(obxColorRGBA8888ToYCbCr422PseudoPlanaru8)
+OBX_API obxRgbToYCbCrPseudoPlanaru8_fn obxColorRGBA8888ToYCbCr422PseudoPlanaru8C;
+
+typedef obxRgbToYCbCrPlanaru8_fn obxColorRGBA8888ToYCbCr420Planaru8_fn;
+OBX_DECLARE_OPERATION(obxColorRGBA8888ToYCbCr420Planaru8)
+OBX_API obxRgbToYCbCrPlanaru8_fn obxColorRGBA8888ToYCbCr420Planaru8C;
+
+typedef obxRgbToYCbCrPseudoPlanaru8_fn obxColorRGBA8888ToYCbCr420PseudoPlanaru8_fn;
+OBX_DECLARE_OPERATION(obxColorRGBA8888ToYCbCr420PseudoPlanaru8)
+OBX_API obxRgbToYCbCrPseudoPlanaru8_fn obxColorRGBA8888ToYCbCr420PseudoPlanaru8C;
+
+/* Interleaved Y, Cr, Cb per pixel, Q15 with rounding, clamped to 0..255.
+ * A source stride of 0 means packed (srcWidth * 3), as does a destination
+ * stride of 0. */
+typedef obxRgb888Convertu8_fn obxColorRGB888toYCrCbu8_v2_fn;
+OBX_DECLARE_OPERATION(obxColorRGB888toYCrCbu8_v2)
+OBX_API obxRgb888Convertu8_fn obxColorRGB888toYCrCbu8C;
+
+/* Gray = (19595 R + 38469 G + 7471 B + 32768) >> 16, R being byte 0. */
+typedef obxRgb888Convertu8_fn obxColorRGB888ToGrayu8_fn;
+OBX_DECLARE_OPERATION(obxColorRGB888ToGrayu8)
+OBX_API obxRgb888Convertu8_fn obxColorRGB888ToGrayu8C;
+
 #ifdef __cplusplus
 }
 #endif

@@ -16,6 +16,28 @@ typedef void* obxGetScratchBufferUnaligned_fn(uint32_t size);
 typedef void obxReleaseScratchBuffer_fn(void* buffer);
 
 /* Row converters from packed RGB to YCbCr. */
+/* Planar: Y, Cb and Cr rows. */
+typedef void obxRgbRowPlanar_fn(const uint8_t* src, uint8_t* dstY, uint8_t* dstCb, uint8_t* dstCr,
+                                uint32_t width);
+/* Interleaved: Y row and a row of Cb, Cr pairs. */
+typedef void obxRgbRowInterleaved_fn(const uint8_t* src, uint8_t* dstY, uint8_t* dstC, uint32_t width);
+/* Luma only. */
+typedef void obxRgbRowLuma_fn(const uint8_t* src, uint8_t* dstY, uint32_t width);
+typedef obxRgbRowPlanar_fn rgb5652yuvp_fn;
+typedef obxRgbRowPlanar_fn rgb5652yyuvp_fn;
+typedef obxRgbRowLuma_fn rgb5652y_fn;
+typedef obxRgbRowInterleaved_fn rgb5652yuv_fn;
+typedef obxRgbRowInterleaved_fn rgb5652yyuv_fn;
+typedef obxRgbRowPlanar_fn rgb8882yuvp_fn;
+typedef obxRgbRowPlanar_fn rgb8882yyuvp_fn;
+typedef obxRgbRowLuma_fn rgb8882y_fn;
+typedef obxRgbRowInterleaved_fn rgb8882yuv_fn;
+typedef obxRgbRowInterleaved_fn rgb8882yyuv_fn;
+typedef obxRgbRowPlanar_fn rgba88882yuvp_fn;
+typedef obxRgbRowPlanar_fn rgba88882yyuvp_fn;
+typedef obxRgbRowLuma_fn rgba88882y_fn;
+typedef obxRgbRowInterleaved_fn rgba88882yuv_fn;
+typedef obxRgbRowInterleaved_fn rgba88882yyuv_fn;
 
 #define OBX_OP(name, reference, vector) name##_fn vector;
 #define OBX_KERNEL(name, reference, vector) \
