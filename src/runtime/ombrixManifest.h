@@ -48,6 +48,13 @@ OBX_KERNEL_FIXED(obxReleaseScratchBuffer, obxScratchRelease)
 /* Color conversion: YCbCr to RGB, full-range planar and pseudo-planar */
 
 /* Color conversion: YCbCr to RGB, camera preview and block layouts */
+OBX_OP(obxColorYCrCb420PseudoPlanarToRGB8888u8, obxColorYCrCb420PseudoPlanarToRGB8888u8C, obxColorYCrCb420PseudoPlanarToRGB8888u8V)
+OBX_OP(obxColorYUV420toRGB565u8, obxColorYUV420toRGB565u8C, obxColorYUV420toRGB565u8V)
+OBX_OP(obxColorYUV420toRGB565u8Rotate180, obxColorYUV420toRGB565u8Rotate180C, obxColorYUV420toRGB565u8Rotate180V)
+OBX_OP(obxColorYCrCbH1V1toRGB888u8, obxColorYCrCbH1V1toRGB888u8C, obxColorYCrCbH1V1toRGB888u8V)
+OBX_OP(obxColorYCrCbH2V2toRGB888u8, obxColorYCrCbH2V2toRGB888u8C, obxColorYCrCbH2V2toRGB888u8V)
+OBX_OP(obxColorYCrCbH2V1toRGB888u8, obxColorYCrCbH2V1toRGB888u8C, obxColorYCrCbH2V1toRGB888u8V)
+OBX_OP(obxColorYCrCbH1V2toRGB888u8, obxColorYCrCbH1V2toRGB888u8C, obxColorYCrCbH1V2toRGB888u8V)
 
 /* Color conversion: RGB to YCbCr and gray, with their row-converter kernels */
 
