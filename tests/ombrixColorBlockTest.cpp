@@ -227,6 +227,29 @@ TEST_P(ColorBlock, VectorMatchesReference) {
     }
 }
 
+// Every luma value against every third Cb and Cr value (0, 3, ..., 255), in
+// 8x8 MCUs: band b has Cb = 3b, MCU i of a band has Cr = 3 (i / 4) and the
+// luma values 64 (i % 4) .. 64 (i % 4) + 63. The vector variants split the
+// green products differently from the reference, so every term's extremes
+// are compared.
+TEST(ColorBlockVector, SweepsLumaAndChromaRanges) {
+    const Layout& l = kLayouts[0];
+    const uint32_t steps = 86, perBand = 4 * steps, w = 8 * perBand, h = 8 * steps;
+    GuardedBuffer src(sourceBytes(l, w, h), 0);
+    for (uint32_t b = 0; b < steps; ++b)
+        for (uint32_t i = 0; i < perBand; ++i) {
+            uint8_t* mcu = src.data() + (static_cast<size_t>(b) * perBand + i) * 192;
+            for (uint32_t j = 0; j < 64; ++j) mcu[j] = static_cast<uint8_t>(64 * (i % 4) + j);
+            memset(mcu + 64, static_cast<int>(3 * b), 64);
+            memset(mcu + 128, static_cast<int>(3 * (i / 4)), 64);
+        }
+    const size_t bytes = static_cast<size_t>(w) * h * 3;
+    std::vector<uint8_t> expected(bytes), actual(bytes);
+    l.reference(src.data(), w, h, expected.data());
+    l.vector(src.data(), w, h, actual.data());
+    EXPECT_EQ(memcmp(expected.data(), actual.data(), bytes), 0);
+}
+
 TEST(ColorBlockSlots, StartOnTheReferences) {
     EXPECT_EQ(*ppobxColorYCrCbH1V1toRGB888u8, &obxColorYCrCbH1V1toRGB888u8C);
     EXPECT_EQ(*ppobxColorYCrCbH2V2toRGB888u8, &obxColorYCrCbH2V2toRGB888u8C);

@@ -389,6 +389,36 @@ TEST(ColorPreviewVector, Rgb565MatchesReference) {
     }
 }
 
+// Every luma value against every third chroma value (0, 3, ..., 255 for
+// each of the pair): one chroma row per chroma combination, its two luma
+// rows holding every luma value. The vector variants split their products
+// differently from the references, so every term's extremes are compared.
+TEST(ColorPreviewVector, SweepsLumaAndChromaRanges) {
+    const uint32_t w = 256, steps = 86, chromaRows = steps * steps, h = 2 * chromaRows;
+    GuardedBuffer src(static_cast<size_t>(w) * (h + chromaRows), 0);
+    for (uint32_t y = 0; y < h; ++y)
+        for (uint32_t x = 0; x < w; ++x) src.data()[static_cast<size_t>(y) * w + x] = static_cast<uint8_t>(x);
+    uint8_t* chroma = src.data() + static_cast<size_t>(w) * h;
+    for (uint32_t k = 0; k < chromaRows; ++k)
+        for (uint32_t x = 0; x < w; x += 2) {
+            chroma[static_cast<size_t>(k) * w + x] = static_cast<uint8_t>(3 * (k / steps));
+            chroma[static_cast<size_t>(k) * w + x + 1] = static_cast<uint8_t>(3 * (k % steps));
+        }
+    const size_t pixels = static_cast<size_t>(w) * h;
+    std::vector<uint32_t> expected(pixels), actual(pixels);
+    obxColorYCrCb420PseudoPlanarToRGB8888u8C(src.data(), w, h, w, w, expected.data(), w * 4);
+    obxColorYCrCb420PseudoPlanarToRGB8888u8V(src.data(), w, h, w, w, actual.data(), w * 4);
+    EXPECT_EQ(memcmp(expected.data(), actual.data(), pixels * 4), 0) << "RGB8888";
+    for (const auto& pair : {std::make_pair(obxColorYUV420toRGB565u8C, obxColorYUV420toRGB565u8V),
+                             std::make_pair(obxColorYUV420toRGB565u8Rotate180C, obxColorYUV420toRGB565u8Rotate180V)}) {
+        std::fill(expected.begin(), expected.end(), 0);
+        std::fill(actual.begin(), actual.end(), 0);
+        pair.first(src.data(), w, h, reinterpret_cast<uint8_t*>(expected.data()));
+        pair.second(src.data(), w, h, reinterpret_cast<uint8_t*>(actual.data()));
+        EXPECT_EQ(memcmp(expected.data(), actual.data(), pixels * 2), 0) << "RGB565";
+    }
+}
+
 TEST(ColorPreviewSlots, StartOnTheReferences) {
     EXPECT_EQ(*ppobxColorYCrCb420PseudoPlanarToRGB8888u8, &obxColorYCrCb420PseudoPlanarToRGB8888u8C);
     EXPECT_EQ(*ppobxColorYUV420toRGB565u8, &obxColorYUV420toRGB565u8C);
