@@ -328,6 +328,56 @@ OBX_API obxYCbCrPseudoPlanarToRGBu8_fn obxColorYCbCr420PseudoPlanarToRGBA8888u8C
 
 /* ---- YCbCr to RGB: camera preview and block layouts ---------------------------- */
 
+/* Camera preview, video range (luma 16..235), truncating. 4:2:0 luma plane
+ * followed at src + srcHeight*srcYStride by a plane of interleaved Cr,Cb
+ * pairs (srcCStride bytes a row); every dst word holds the bytes R, G, B, 255.
+ * Strides are in bytes and must not be 0; dst rows advance by dstStride
+ * rounded down to a multiple of 4. */
+typedef void obxColorYCrCb420PseudoPlanarToRGB8888u8_fn(const uint8_t* src, uint32_t srcWidth,
+                                                        uint32_t srcHeight, uint32_t srcYStride,
+                                                        uint32_t srcCStride, uint32_t* dst, uint32_t dstStride);
+OBX_DECLARE_OPERATION(obxColorYCrCb420PseudoPlanarToRGB8888u8)
+OBX_API obxColorYCrCb420PseudoPlanarToRGB8888u8_fn obxColorYCrCb420PseudoPlanarToRGB8888u8C;
+
+/* Camera preview to RGB565, video range, truncating. Packed 4:2:0: width x
+ * height luma bytes, then rows of width bytes of interleaved Cb,Cr pairs;
+ * rgb565 rows are width*2 bytes. Pixels are written in pairs, one 32-bit word
+ * each, so width is to be even (an odd last column is not converted). The
+ * Rotate180 form writes source pixel (x, y) to (width-1-x, height-1-y). */
+typedef void obxColorYUV420toRGB565u8_fn(const uint8_t* yuv420sp, uint32_t width, uint32_t height,
+                                         uint8_t* rgb565);
+OBX_DECLARE_OPERATION(obxColorYUV420toRGB565u8)
+OBX_API obxColorYUV420toRGB565u8_fn obxColorYUV420toRGB565u8C;
+
+typedef obxColorYUV420toRGB565u8_fn obxColorYUV420toRGB565u8Rotate180_fn;
+OBX_DECLARE_OPERATION(obxColorYUV420toRGB565u8Rotate180)
+OBX_API obxColorYUV420toRGB565u8_fn obxColorYUV420toRGB565u8Rotate180C;
+
+/* Block layouts to packed RGB888 (width*3 bytes a row), full range, Q15 with
+ * rounding, chroma centred on 127.5. The source is a run of minimum coded
+ * units (MCUs) left to right in bands, bands top to bottom; an MCU is H x V
+ * luma blocks of 8x8 bytes followed by one 8x8 Cb and one 8x8 Cr block that
+ * cover the whole MCU. The 16x16 member advances from band to band by
+ * ((width + 8) >> 4) MCUs. Pixels of a last, partly covered MCU that lie
+ * outside width x height are not written. */
+typedef void obxColorYCrCbH1V1toRGB888u8_fn(const uint8_t* src, uint32_t width, uint32_t height, uint8_t* dst);
+OBX_DECLARE_OPERATION(obxColorYCrCbH1V1toRGB888u8)
+OBX_API obxColorYCrCbH1V1toRGB888u8_fn obxColorYCrCbH1V1toRGB888u8C;
+
+typedef void obxColorYCrCbBlocksToRGB888u8_fn(const uint8_t* ysrc, uint32_t width, uint32_t height, uint8_t* dst);
+
+typedef obxColorYCrCbBlocksToRGB888u8_fn obxColorYCrCbH2V2toRGB888u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCrCbH2V2toRGB888u8)
+OBX_API obxColorYCrCbBlocksToRGB888u8_fn obxColorYCrCbH2V2toRGB888u8C;
+
+typedef obxColorYCrCbBlocksToRGB888u8_fn obxColorYCrCbH2V1toRGB888u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCrCbH2V1toRGB888u8)
+OBX_API obxColorYCrCbBlocksToRGB888u8_fn obxColorYCrCbH2V1toRGB888u8C;
+
+typedef obxColorYCrCbBlocksToRGB888u8_fn obxColorYCrCbH1V2toRGB888u8_fn;
+OBX_DECLARE_OPERATION(obxColorYCrCbH1V2toRGB888u8)
+OBX_API obxColorYCrCbBlocksToRGB888u8_fn obxColorYCrCbH1V2toRGB888u8C;
+
 /* ---- RGB to YCbCr and gray ------------------------------------------------------- */
 
 /* Packed RGB to full-range YCbCr (Q8, rounding). Input pixels: RGB565 as a

@@ -66,6 +66,13 @@ OBX_OP(obxColorYCbCr420PseudoPlanarToRGB888u8, obxColorYCbCr420PseudoPlanarToRGB
 OBX_OP(obxColorYCbCr420PseudoPlanarToRGBA8888u8, obxColorYCbCr420PseudoPlanarToRGBA8888u8C, obxColorYCbCr420PseudoPlanarToRGBA8888u8V)
 
 /* Color conversion: YCbCr to RGB, camera preview and block layouts */
+OBX_OP(obxColorYCrCb420PseudoPlanarToRGB8888u8, obxColorYCrCb420PseudoPlanarToRGB8888u8C, obxColorYCrCb420PseudoPlanarToRGB8888u8V)
+OBX_OP(obxColorYUV420toRGB565u8, obxColorYUV420toRGB565u8C, obxColorYUV420toRGB565u8V)
+OBX_OP(obxColorYUV420toRGB565u8Rotate180, obxColorYUV420toRGB565u8Rotate180C, obxColorYUV420toRGB565u8Rotate180V)
+OBX_OP(obxColorYCrCbH1V1toRGB888u8, obxColorYCrCbH1V1toRGB888u8C, obxColorYCrCbH1V1toRGB888u8V)
+OBX_OP(obxColorYCrCbH2V2toRGB888u8, obxColorYCrCbH2V2toRGB888u8C, obxColorYCrCbH2V2toRGB888u8V)
+OBX_OP(obxColorYCrCbH2V1toRGB888u8, obxColorYCrCbH2V1toRGB888u8C, obxColorYCrCbH2V1toRGB888u8V)
+OBX_OP(obxColorYCrCbH1V2toRGB888u8, obxColorYCrCbH1V2toRGB888u8C, obxColorYCrCbH1V2toRGB888u8V)
 
 /* Color conversion: RGB to YCbCr and gray, with their row-converter kernels */
 OBX_OP_REF(obxColorRGB565ToYCbCr444Planaru8, obxColorRGB565ToYCbCr444Planaru8C)
