@@ -1,6 +1,9 @@
 // Ombrix demo: shows what the library reports about itself and this machine,
-// how each operation mode is answered, and then runs image stages on a sample
-// scene (or the PGM/PPM named on the command line), writing each result.
+// how each operation mode is answered, and then runs a small camera pipeline
+// on a sample scene (or the PGM/PPM named on the command line): the picture
+// becomes a 4:2:0 pseudo-planar camera frame, which is converted to RGB and to
+// gray and then smoothed. Every stage is timed on the reference and on the
+// vector table and its result is written out.
 //
 //   ombrix_demo [image.pgm|image.ppm] [--out DIRECTORY]
 #include <stdio.h>
@@ -8,6 +11,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "ombrix.h"
 #include "ombrixDemoImage.h"
@@ -69,22 +73,50 @@ void timeStage(const char* name, const std::function<void()>& stage, void* const
     const int32_t result = obxSetOperationMode(static_cast<obxOperationMode>(0x80000001u));
     if (result == 0 && *slot != referenceImpl) {
         const int64_t vector = bestTime(stage);
-        printf("%-28s reference %7lld us   vector %7lld us   (%.1fx)\n", name, static_cast<long long>(reference),
+        printf("%-40s reference %7lld us   vector %7lld us   (%.1fx)\n", name, static_cast<long long>(reference),
                static_cast<long long>(vector), vector > 0 ? static_cast<double>(reference) / vector : 0.0);
     } else {
-        printf("%-28s reference %7lld us   vector: not installed here (mode result %d)\n", name,
+        printf("%-40s reference %7lld us   vector: not installed here (mode result %d)\n", name,
                static_cast<long long>(reference), result);
     }
 }
 
-bool writeResult(const std::string& directory, const char* file, const GrayImage& image) {
+bool writeResult(const std::string& directory, const char* file, const Image& image) {
     const std::string path = directory + "/" + file;
-    if (!writePgm(path, image)) {
+    if (!writePnm(path, image)) {
         fprintf(stderr, "cannot write %s\n", path.c_str());
         return false;
     }
     printf("  wrote %s\n", path.c_str());
     return true;
+}
+
+// A camera frame: full-resolution luma and one interleaved Cb, Cr pair per
+// 2x2 block, as camera previews deliver them.
+struct CameraFrame {
+    uint32_t width, height;
+    std::vector<uint8_t> luma, chroma;
+};
+
+// Encodes an image as a camera frame (even size, cropping an odd last row or
+// column). The library's RGB reader takes B, G, R in memory.
+CameraFrame toCameraFrame(const Image& image) {
+    CameraFrame frame{image.width & ~1u, image.height & ~1u, {}, {}};
+    std::vector<uint8_t> bgr(size_t{frame.width} * frame.height * 3);
+    for (uint32_t y = 0; y < frame.height; ++y) {
+        for (uint32_t x = 0; x < frame.width; ++x) {
+            const uint8_t* p = image.data() + (size_t{y} * image.width + x) * image.channels;
+            uint8_t* q = &bgr[(size_t{y} * frame.width + x) * 3];
+            q[0] = p[image.channels == 3 ? 2 : 0];
+            q[1] = p[image.channels == 3 ? 1 : 0];
+            q[2] = p[0];
+        }
+    }
+    frame.luma.resize(size_t{frame.width} * frame.height);
+    frame.chroma.resize(size_t{frame.width} * frame.height / 2);
+    obxColorRGB888ToYCbCr420PseudoPlanaru8_(bgr.data(), frame.width, frame.height, 0, frame.luma.data(),
+                                           frame.chroma.data(), 0, 0);
+    return frame;
 }
 
 }  // namespace
@@ -126,30 +158,46 @@ int main(int argc, char** argv) {
     printf("slots: %d of 421 (%d public), vector variants: %d of 290\n", c.slots, c.publicOperations,
            c.vectorVariants);
 
-    GrayImage image;
+    Image picture;
     if (input.empty()) {
-        image = makeSampleScene();
-        printf("\nimage: built-in sample scene %ux%u\n", image.width, image.height);
+        picture = makeSampleScene();
+        printf("\nimage: built-in sample scene %ux%u\n", picture.width, picture.height);
     } else {
         std::string error;
-        if (!readPnm(input, &image, &error)) {
+        if (!readPnm(input, &picture, &error)) {
             fprintf(stderr, "%s: %s\n", input.c_str(), error.c_str());
             return 1;
         }
-        printf("\nimage: %s %ux%u\n", input.c_str(), image.width, image.height);
+        printf("\nimage: %s %ux%u\n", input.c_str(), picture.width, picture.height);
     }
-    if (image.width < 11 || image.height < 11) {
-        fprintf(stderr, "the image stages need at least 11x11 pixels\n");
+    if (picture.width < 12 || picture.height < 12) {
+        fprintf(stderr, "the image stages need at least 12x12 pixels\n");
         return 1;
     }
-    if (!writeResult(outDirectory, "ombrix-input.pgm", image)) return 1;
+    const CameraFrame frame = toCameraFrame(picture);
+    printf("camera frame: %ux%u, 4:2:0 pseudo-planar (Y plane, then Cb,Cr pairs)\n", frame.width, frame.height);
+
+    Image rgb(frame.width, frame.height, 3);
+    timeStage("obxColorYCbCr420PseudoPlanarToRGB888u8",
+              [&] {
+                  obxColorYCbCr420PseudoPlanarToRGB888u8_(frame.luma.data(), frame.chroma.data(), frame.width,
+                                                          frame.height, 0, 0, rgb.data(), 0);
+              },
+              reinterpret_cast<void* const*>(&obxColorYCbCr420PseudoPlanarToRGB888u8_));
+    if (!writeResult(outDirectory, "ombrix-rgb.ppm", rgb)) return 1;
+
+    Image gray(frame.width, frame.height, 1);
+    timeStage("obxColorRGB888ToGrayu8",
+              [&] { obxColorRGB888ToGrayu8_(rgb.data(), rgb.width, rgb.height, rgb.stride(), gray.data(), gray.stride()); },
+              reinterpret_cast<void* const*>(&obxColorRGB888ToGrayu8_));
+    if (!writeResult(outDirectory, "ombrix-gray.pgm", gray)) return 1;
 
     // Smoothing: the 5x5 Gaussian with its border computed.
-    GrayImage smooth = image;
+    Image smooth = gray;
     timeStage("obxFilterGaussian5x5u8_v2",
               [&] {
-                  obxFilterGaussian5x5u8_v2_(image.data(), image.width, image.height, image.width,
-                                             smooth.data(), smooth.width, 1);
+                  obxFilterGaussian5x5u8_v2_(gray.data(), gray.width, gray.height, gray.stride(), smooth.data(),
+                                             smooth.stride(), 1);
               },
               reinterpret_cast<void* const*>(&obxFilterGaussian5x5u8_v2_));
     if (!writeResult(outDirectory, "ombrix-smooth.pgm", smooth)) return 1;
