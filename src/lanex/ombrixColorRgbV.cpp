@@ -1,6 +1,6 @@
 // Vector conversions of RGB888 (bytes R, G, B) into interleaved Y, Cr, Cb
-// (Q15) and into gray (Q16), 8 pixels per step with a scalar tail of the same
-// formulas.
+// (Q15, 8 pixels per step) and into gray (Q16, 16 pixels per step), each with
+// a scalar tail of the same formula.
 #include <stddef.h>
 
 #include "../cpu/ombrixColorRgbRows.h"
@@ -39,18 +39,25 @@ static inline void yCrCb8(const uint8_t* src, uint8_t* dst) {
     vst3_u8(dst, out);
 }
 
-// (19595 R + 38469 G + 7471 B + 32768) >> 16 in unsigned 32-bit lanes.
-static inline void gray8(const uint8_t* src, uint8_t* dst) {
-    const uint8x8x3_t rgb = vld3_u8(src);
-    const uint16x8_t r = vmovl_u8(rgb.val[0]), g = vmovl_u8(rgb.val[1]), b = vmovl_u8(rgb.val[2]);
-    const uint32x4_t start = vdupq_n_u32(32768);
-    uint32x4_t lo = vmlal_n_u16(start, vget_low_u16(r), 19595);
-    uint32x4_t hi = vmlal_n_u16(start, vget_high_u16(r), 19595);
-    lo = vmlal_n_u16(lo, vget_low_u16(g), 38469);
-    hi = vmlal_n_u16(hi, vget_high_u16(g), 38469);
-    lo = vmlal_n_u16(lo, vget_low_u16(b), 7471);
-    hi = vmlal_n_u16(hi, vget_high_u16(b), 7471);
-    vst1_u8(dst, vmovn_u16(vcombine_u16(vshrn_n_u32(lo, 16), vshrn_n_u32(hi, 16))));
+// (19595 R + 38469 G + 7471 B + 32768) >> 16, exactly, in 16-bit lanes. Each
+// weight is split as 256 h + l (h = 76, 150, 29; l = 139, 69, 47); both byte
+// sums H and L stay below 65536, and the result is
+// (H + (L >> 8) + 128) >> 8, the rounding narrow of H + (L >> 8).
+static inline uint8x8_t gray8Lanes(uint8x8_t r, uint8x8_t g, uint8x8_t b) {
+    uint16x8_t high = vmull_u8(r, vdup_n_u8(76));
+    high = vmlal_u8(high, g, vdup_n_u8(150));
+    high = vmlal_u8(high, b, vdup_n_u8(29));
+    uint16x8_t low = vmull_u8(r, vdup_n_u8(139));
+    low = vmlal_u8(low, g, vdup_n_u8(69));
+    low = vmlal_u8(low, b, vdup_n_u8(47));
+    return vrshrn_n_u16(vsraq_n_u16(high, low, 8), 8);
+}
+
+static inline void gray16(const uint8_t* src, uint8_t* dst) {
+    const uint8x16x3_t rgb = vld3q_u8(src);
+    const uint8x8_t low = gray8Lanes(vget_low_u8(rgb.val[0]), vget_low_u8(rgb.val[1]), vget_low_u8(rgb.val[2]));
+    const uint8x8_t high = gray8Lanes(vget_high_u8(rgb.val[0]), vget_high_u8(rgb.val[1]), vget_high_u8(rgb.val[2]));
+    vst1q_u8(dst, vcombine_u8(low, high));
 }
 
 }  // namespace
@@ -78,7 +85,7 @@ void obxColorRGB888ToGrayu8V(const uint8_t* src, uint32_t srcWidth, uint32_t src
         const uint8_t* in = src + static_cast<size_t>(y) * srcStride;
         uint8_t* out = dst + static_cast<size_t>(y) * dstStride;
         uint32_t x = 0;
-        for (; x + 8 <= srcWidth; x += 8) gray8(in + 3 * x, out + x);
+        for (; x + 16 <= srcWidth; x += 16) gray16(in + 3 * x, out + x);
         grayRow(in + 3 * x, out + x, srcWidth - x);
     }
 }
