@@ -53,8 +53,41 @@ static inline uint8x8_t gray8Lanes(uint8x8_t r, uint8x8_t g, uint8x8_t b) {
     return vrshrn_n_u16(vsraq_n_u16(high, low, 8), 8);
 }
 
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+static inline uint8x16x3_t loadRgb16(const uint8_t* src) { return vld3q_u8(src); }
+#else
+// Hosts translate the three-way de-interleaving load element by element;
+// table lookups on whole registers do the same work. Channel c of pixel i is
+// byte 3 i + c of the 48, found in register (3 i + c) / 16; indices past 15
+// select zero, so each channel is the OR of three lookups.
+struct GatherIndices {
+    uint8_t index[3][3][16];  // [channel][register][lane]
+};
+constexpr GatherIndices makeGatherIndices() {
+    GatherIndices g{};
+    for (int c = 0; c < 3; ++c)
+        for (int k = 0; k < 3; ++k)
+            for (int i = 0; i < 16; ++i) {
+                const int at = 3 * i + c - 16 * k;
+                g.index[c][k][i] = at >= 0 && at < 16 ? static_cast<uint8_t>(at) : 0xFF;
+            }
+    return g;
+}
+constexpr GatherIndices kGather = makeGatherIndices();
+
+static inline uint8x16_t gatherChannel(const uint8x16_t bytes[3], int channel) {
+    uint8x16_t result = vqtbl1q_u8(bytes[0], vld1q_u8(kGather.index[channel][0]));
+    result = vorrq_u8(result, vqtbl1q_u8(bytes[1], vld1q_u8(kGather.index[channel][1])));
+    return vorrq_u8(result, vqtbl1q_u8(bytes[2], vld1q_u8(kGather.index[channel][2])));
+}
+static inline uint8x16x3_t loadRgb16(const uint8_t* src) {
+    const uint8x16_t bytes[3] = {vld1q_u8(src), vld1q_u8(src + 16), vld1q_u8(src + 32)};
+    return {{gatherChannel(bytes, 0), gatherChannel(bytes, 1), gatherChannel(bytes, 2)}};
+}
+#endif
+
 static inline void gray16(const uint8_t* src, uint8_t* dst) {
-    const uint8x16x3_t rgb = vld3q_u8(src);
+    const uint8x16x3_t rgb = loadRgb16(src);
     const uint8x8_t low = gray8Lanes(vget_low_u8(rgb.val[0]), vget_low_u8(rgb.val[1]), vget_low_u8(rgb.val[2]));
     const uint8x8_t high = gray8Lanes(vget_high_u8(rgb.val[0]), vget_high_u8(rgb.val[1]), vget_high_u8(rgb.val[2]));
     vst1q_u8(dst, vcombine_u8(low, high));
