@@ -237,6 +237,18 @@ typedef obxAdaptiveThresholdu8_fn obxAdaptiveThresholdMean11x11u8_fn;
 OBX_DECLARE_OPERATION(obxAdaptiveThresholdMean11x11u8)
 OBX_API obxAdaptiveThresholdu8_fn obxAdaptiveThresholdMean11x11u8C;
 
+/* ---- Gradients, Sobel and Canny ---- */
+
+/* Canny edge detector: 3x3 binomial smoothing, backward differences, squared
+ * magnitudes, suppression across the edge and hysteresis with a bounded
+ * trace. low and high are in 1/256 of the image's largest magnitude. dst gets
+ * 255 on edges and 0 elsewhere; the clear covers width * height bytes from
+ * dstImg on. Pixels within two of the border are never edges. */
+typedef void obxFilterCanny3x3u8_v2_fn(const uint8_t* srcImg, uint32_t width, uint32_t height, uint32_t srcStride,
+                                       uint8_t* dstImg, uint32_t dstStride, int32_t low, int32_t high);
+OBX_DECLARE_OPERATION(obxFilterCanny3x3u8_v2)
+OBX_API obxFilterCanny3x3u8_v2_fn obxFilterCanny3x3u8C;
+
 /* ---- YCbCr to RGB: full-range planar and pseudo-planar ------------------------ */
 
 /* Full-range YCbCr (Q8, rounded, no luma offset) to RGB565 (B in bits 15-11,

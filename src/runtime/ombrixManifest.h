@@ -135,6 +135,9 @@ OBX_OP(obxAdaptiveThresholdMean3x3u8, obxAdaptiveThresholdMean3x3u8C, obxAdaptiv
 OBX_OP(obxAdaptiveThresholdMean5x5u8, obxAdaptiveThresholdMean5x5u8C, obxAdaptiveThresholdMean5x5u8V)
 OBX_OP(obxAdaptiveThresholdMean11x11u8, obxAdaptiveThresholdMean11x11u8C, obxAdaptiveThresholdMean11x11u8V)
 
+/* Gradients, Sobel and Canny */
+OBX_OP(obxFilterCanny3x3u8_v2, obxFilterCanny3x3u8C, obxFilterCanny3x3u8V)
+
 #undef OBX_OP
 #undef OBX_OP_REF
 #undef OBX_OP_STATIC

@@ -1,0 +1,309 @@
+// Vector variants of the edge filters.
+#include <string.h>
+
+#include "ombrixAssert.h"
+#include "ombrixBlurLanes.h"
+#include "ombrixCannyScalar.h"
+#include "ombrixKernels.h"
+#include "ombrixNeon.h"
+
+// ==== Canny edge detector =========================================================
+//
+// Sixteen pixels per step in every pass but the trace. The smoothing,
+// gradient and suppression passes run row by row, the suppression of a row as
+// soon as the magnitudes of the row below it exist; the threshold flags need
+// the largest magnitude of the image and follow in a second pass; the trace
+// is the reference's, started from seeds found sixteen flags at a time.
+// Only the ring of the working arrays that the passes read but never write
+// is cleared.
+
+namespace {
+
+using namespace ombrix_canny;
+using ombrix_blur::forEachStep;
+
+constexpr ptrdiff_t kLanes = 16;
+
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+
+static inline uint16x8x2_t squaresU8(uint8x16_t a) {
+    return {{vmull_u8(vget_low_u8(a), vget_low_u8(a)), vmull_u8(vget_high_u8(a), vget_high_u8(a))}};
+}
+static inline uint32x4x2_t addWideU16(uint16x8_t a, uint16x8_t b) {
+    return {{vaddl_u16(vget_low_u16(a), vget_low_u16(b)), vaddl_u16(vget_high_u16(a), vget_high_u16(b))}};
+}
+static inline uint32_t anyLane(uint8x16_t mask) {
+    const uint8x8_t half = vorr_u8(vget_low_u8(mask), vget_high_u8(mask));
+    return vget_lane_u32(vreinterpret_u32_u8(vpmax_u8(half, half)), 0);
+}
+
+#else
+
+// Hosts avoid the 64-bit vector types (see ombrixBlurLanes.h).
+static inline uint16x8x2_t squaresU8(uint8x16_t a) {
+    const uint16x8x2_t w = ombrix_blur::widenU8(a);
+    return {{vmulq_u16(w.val[0], w.val[0]), vmulq_u16(w.val[1], w.val[1])}};
+}
+static inline uint32x4x2_t addWideU16(uint16x8_t a, uint16x8_t b) {
+    const uint32x4x2_t wa = ombrix_blur::widenU16(a), wb = ombrix_blur::widenU16(b);
+    return {{vaddq_u32(wa.val[0], wb.val[0]), vaddq_u32(wa.val[1], wb.val[1])}};
+}
+static inline uint32_t anyLane(uint8x16_t mask) {
+    const uint64x2_t halves = vreinterpretq_u64_u8(mask);
+    return (vgetq_lane_u64(halves, 0) | vgetq_lane_u64(halves, 1)) != 0;
+}
+
+#endif
+
+// Four u32 comparison masks as one mask of sixteen bytes, in order.
+static inline uint8x16_t narrowMasks(uint32x4_t a, uint32x4_t b, uint32x4_t c, uint32x4_t d) {
+    return ombrix_blur::narrowU16(ombrix_blur::narrowU32(a, b), ombrix_blur::narrowU32(c, d));
+}
+
+// ---- Smoothing -------------------------------------------------------------------
+
+// Vertical 1 2 1 sums of columns x .. x + 15 (at most 1020: u16).
+static inline uint16x8x2_t columnSums(const uint8_t* const* rows, ptrdiff_t x) {
+    const uint16x8x2_t outer = ombrix_blur::addWideU8(vld1q_u8(rows[0] + x), vld1q_u8(rows[2] + x));
+    const uint8x16_t centre = vld1q_u8(rows[1] + x);
+    const uint16x8x2_t twice = ombrix_blur::addWideU8(centre, centre);
+    return {{vaddq_u16(outer.val[0], twice.val[0]), vaddq_u16(outer.val[1], twice.val[1])}};
+}
+
+// Smoothed columns x .. x + 15: the 2-D sum (at most 4080) shifted right by 4.
+static inline void smooth16(const uint8_t* const* rows, ptrdiff_t x, uint8_t* out) {
+    const uint16x8x2_t left = columnSums(rows, x - 1), middle = columnSums(rows, x), right = columnSums(rows, x + 1);
+    uint16x8_t sums[2];
+    for (int h = 0; h < 2; ++h)
+        sums[h] = vaddq_u16(vaddq_u16(left.val[h], right.val[h]), vshlq_n_u16(middle.val[h], 1));
+    vst1q_u8(out + x, ombrix_blur::shiftNarrowU16<4>(sums[0], sums[1]));
+}
+
+// Columns 1 .. width - 2 of the smoothed middle row of rows[0 .. 2].
+void smoothRow(const uint8_t* const* rows, uint8_t* out, uint32_t width) {
+    // The reference's grouping bound, asserted here too.
+    const int32_t w_2 = static_cast<int32_t>(width) - 2;
+    const int32_t w6 = w_2 / 6 * 6;
+    OMBRIX_ASSERT(w6 <= w_2 && w6 >= w_2-5);
+    forEachStep(
+        w_2, kLanes, [&](ptrdiff_t i) { smooth16(rows, 1 + i, out); },
+        [&](ptrdiff_t i) { out[1 + i] = smoothPixel(rows, 1 + i); });
+}
+
+// ---- Gradients -------------------------------------------------------------------
+
+// Direction codes from the smoothed pixels c, their left neighbours and the
+// pixels above, with |dx| and |dy| (both at most 255, so u8 lanes hold them).
+static inline uint8x16_t directionCodes(uint8x16_t c, uint8x16_t left, uint8x16_t up, uint8x16_t adx,
+                                        uint8x16_t ady) {
+    const uint8x16_t zero = vdupq_n_u8(0);
+    // 2a < b exactly when a < (b + 1) >> 1, the rounding halving add with 0.
+    const uint8x16_t horizontal = vcltq_u8(ady, vrhaddq_u8(adx, zero));
+    const uint8x16_t vertical = vcltq_u8(adx, vrhaddq_u8(ady, zero));
+    // dx > 0 is c > left, dy > 0 is c > up; code 3 when both or neither hold.
+    const uint8x16_t differ = veorq_u8(vcgtq_u8(c, left), vcgtq_u8(c, up));
+    const uint8x16_t diagonal = vbslq_u8(differ, vdupq_n_u8(4), vdupq_n_u8(3));
+    const uint8x16_t code = vbslq_u8(horizontal, vdupq_n_u8(1), vbslq_u8(vertical, vdupq_n_u8(2), diagonal));
+    const uint8x16_t moving = vorrq_u8(adx, ady);
+    return vandq_u8(code, vtstq_u8(moving, moving));
+}
+
+struct GradientRow {
+    const uint8_t* previous;  // smoothed row y - 1
+    const uint8_t* current;   // smoothed row y
+    uint8_t* flags;           // row y of the flags
+    int32_t* mag;             // row y of the magnitudes
+};
+
+// Codes and magnitudes of columns x .. x + 15; returns `largest` raised to
+// cover the new magnitudes.
+static inline uint32x4_t gradients16(const GradientRow& r, ptrdiff_t x, uint32x4_t largest) {
+    const uint8x16_t c = vld1q_u8(r.current + x), left = vld1q_u8(r.current + x - 1), up = vld1q_u8(r.previous + x);
+    const uint8x16_t adx = vabdq_u8(c, left), ady = vabdq_u8(c, up);
+    const uint16x8x2_t sx = squaresU8(adx), sy = squaresU8(ady);  // at most 65025: u16
+    const uint32x4x2_t low = addWideU16(sx.val[0], sy.val[0]), high = addWideU16(sx.val[1], sy.val[1]);
+    uint32_t* mag = reinterpret_cast<uint32_t*>(r.mag + x);
+    vst1q_u32(mag, low.val[0]);
+    vst1q_u32(mag + 4, low.val[1]);
+    vst1q_u32(mag + 8, high.val[0]);
+    vst1q_u32(mag + 12, high.val[1]);
+    vst1q_u8(r.flags + x, directionCodes(c, left, up, adx, ady));
+    const uint32x4_t larger = vmaxq_u32(vmaxq_u32(low.val[0], low.val[1]), vmaxq_u32(high.val[0], high.val[1]));
+    return vmaxq_u32(largest, larger);
+}
+
+// ---- Suppression and classification ---------------------------------------------
+
+// Masks of the sixteen pixels at m whose magnitude c is a peak across
+// offset o: mag(p + o) <= c and mag(p - o) < c, that is
+// max(mag(p + o), mag(p - o) + 1) <= c (magnitudes are far below 2^32 - 1).
+static inline uint8x16_t peaksAcross(const uint32_t* m, ptrdiff_t o, const uint32x4_t* centre) {
+    const uint32x4_t one = vdupq_n_u32(1);
+    uint32x4_t peak[4];
+    for (int k = 0; k < 4; ++k) {
+        const uint32x4_t next = vld1q_u32(m + 4 * k + o), previous = vld1q_u32(m + 4 * k - o);
+        peak[k] = vcleq_u32(vmaxq_u32(next, vaddq_u32(previous, one)), centre[k]);
+    }
+    return narrowMasks(peak[0], peak[1], peak[2], peak[3]);
+}
+
+// Adds kLocalMaximum to the flags of columns x .. x + 15 of a row whose rows
+// above and below have their magnitudes.
+static inline void suppress16(uint8_t* flags, const int32_t* mag, ptrdiff_t x, ptrdiff_t width) {
+    const uint32_t* m = reinterpret_cast<const uint32_t*>(mag + x);
+    const uint32x4_t centre[4] = {vld1q_u32(m), vld1q_u32(m + 4), vld1q_u32(m + 8), vld1q_u32(m + 12)};
+    const uint8x16_t f = vld1q_u8(flags + x), code = vandq_u8(f, vdupq_n_u8(kCodeMask));
+    const ptrdiff_t across[4] = {1, width, width + 1, width - 1};  // codes 1 .. 4
+    uint8x16_t peak = vdupq_n_u8(0);
+    for (int k = 0; k < 4; ++k) {
+        const uint8x16_t ofCode = vceqq_u8(code, vdupq_n_u8(static_cast<uint8_t>(k + 1)));
+        peak = vorrq_u8(peak, vandq_u8(ofCode, peaksAcross(m, across[k], centre)));
+    }
+    vst1q_u8(flags + x, vorrq_u8(f, vandq_u8(peak, vdupq_n_u8(kLocalMaximum))));
+}
+
+void suppressRow(uint8_t* flags, const int32_t* mag, uint32_t width) {
+    forEachStep(
+        static_cast<ptrdiff_t>(width) - 2 * kMargin, kLanes,
+        [&](ptrdiff_t i) { suppress16(flags, mag, kMargin + i, width); },
+        [&](ptrdiff_t i) {
+            const ptrdiff_t x = kMargin + i;
+            const uint8_t code = flags[x] & kCodeMask;
+            if (code && isLocalMaximum(mag + x, code, width)) flags[x] |= kLocalMaximum;
+        });
+}
+
+// Adds the threshold flags to the flags of columns x .. x + 15 with a code.
+static inline void classify16(uint8_t* flags, const int32_t* mag, ptrdiff_t x, uint32x4_t lowT, uint32x4_t highT) {
+    const uint32_t* m = reinterpret_cast<const uint32_t*>(mag + x);
+    const uint32x4_t v[4] = {vld1q_u32(m), vld1q_u32(m + 4), vld1q_u32(m + 8), vld1q_u32(m + 12)};
+    const uint8x16_t low = narrowMasks(vcgeq_u32(v[0], lowT), vcgeq_u32(v[1], lowT), vcgeq_u32(v[2], lowT),
+                                       vcgeq_u32(v[3], lowT));
+    const uint8x16_t high = narrowMasks(vcgeq_u32(v[0], highT), vcgeq_u32(v[1], highT), vcgeq_u32(v[2], highT),
+                                        vcgeq_u32(v[3], highT));
+    const uint8x16_t f = vld1q_u8(flags + x);
+    const uint8x16_t added = vorrq_u8(vandq_u8(low, vdupq_n_u8(kAboveLow)), vandq_u8(high, vdupq_n_u8(kAboveHigh)));
+    vst1q_u8(flags + x, vorrq_u8(f, vandq_u8(added, vtstq_u8(f, vdupq_n_u8(kCodeMask)))));
+}
+
+// ---- Hysteresis ------------------------------------------------------------------
+
+// Traces from the seeds of row y in raster order, skipping sixteen flags at a
+// time where none is a seed. Steps never overlap: a seed is traced once.
+void traceRow(const uint8_t* flags, uint32_t width, uint8_t* dst, uint32_t dstStride, uint32_t y) {
+    const uint8_t* row = flags + static_cast<size_t>(y) * width;
+    const uint8x16_t seedBits = vdupq_n_u8(kLocalMaximum | kAboveHigh);
+    constexpr uint32_t kStep = kLanes;
+    uint32_t x = kMargin;
+    for (; x + kStep + kMargin <= width; x += kStep) {
+        if (anyLane(vceqq_u8(vandq_u8(vld1q_u8(row + x), seedBits), seedBits)))
+            traceSeedsOfRow(flags, width, dst, dstStride, y, x, x + kStep);
+    }
+    traceSeedsOfRow(flags, width, dst, dstStride, y, x, width - kMargin);
+}
+
+// Zeroes the parts of the working arrays that no pass writes: the first and
+// last two rows, and the first and last two columns of the others.
+void clearRing(uint8_t* flags, int32_t* mag, uint32_t width, uint32_t height) {
+    const size_t twoRows = 2 * static_cast<size_t>(width);
+    const size_t lastTwo = static_cast<size_t>(height - 2) * width;
+    memset(flags, 0, twoRows);
+    memset(flags + lastTwo, 0, twoRows);
+    memset(mag, 0, twoRows * sizeof(int32_t));
+    memset(mag + lastTwo, 0, twoRows * sizeof(int32_t));
+    const size_t columns[4] = {0, 1, size_t{width} - 2, size_t{width} - 1};
+    for (uint32_t y = kMargin; y + kMargin < height; ++y) {
+        const size_t row = static_cast<size_t>(y) * width;
+        for (const size_t x : columns) {
+            flags[row + x] = 0;
+            mag[row + x] = 0;
+        }
+    }
+}
+
+// Smoothing, gradients and suppression of rows 2 .. height - 3; returns the
+// largest magnitude.
+int32_t gradientsAndPeaks(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* smooth,
+                          uint8_t* flags, int32_t* mag) {
+    auto sourceRow = [&](uint32_t y) { return src + static_cast<size_t>(y) * srcStride; };
+    const uint8_t* rows[3] = {sourceRow(0), sourceRow(1), sourceRow(2)};
+    uint8_t* previous = smooth;
+    uint8_t* current = smooth + width;
+    smoothRow(rows, previous, width);
+    uint32x4_t largest = vdupq_n_u32(0);
+    int32_t largestScalar = 0;
+    for (uint32_t y = kMargin; y + kMargin < height; ++y) {
+        rows[0] = rows[1];
+        rows[1] = rows[2];
+        rows[2] = sourceRow(y + 1);
+        smoothRow(rows, current, width);
+        const size_t row = static_cast<size_t>(y) * width;
+        const GradientRow r = {previous, current, flags + row, mag + row};
+        forEachStep(
+            static_cast<ptrdiff_t>(width) - 2 * kMargin, kLanes,
+            [&](ptrdiff_t i) { largest = gradients16(r, kMargin + i, largest); },
+            [&](ptrdiff_t i) {
+                const ptrdiff_t x = kMargin + i;
+                r.flags[x] = gradientAt(previous, current, x, &r.mag[x]);
+                if (r.mag[x] > largestScalar) largestScalar = r.mag[x];
+            });
+        if (y > kMargin) suppressRow(flags + row - width, mag + row - width, width);
+        uint8_t* done = previous;
+        previous = current;
+        current = done;
+    }
+    // The last row has the cleared ring below it.
+    if (height >= 2 * kMargin + 1) {
+        const size_t last = static_cast<size_t>(height - kMargin - 1) * width;
+        suppressRow(flags + last, mag + last, width);
+    }
+    uint32_t lanes[4];
+    vst1q_u32(lanes, largest);
+    for (uint32_t v : lanes)
+        if (static_cast<int32_t>(v) > largestScalar) largestScalar = static_cast<int32_t>(v);
+    return largestScalar;
+}
+
+}  // namespace
+
+extern "C" {
+
+void obxFilterCanny3x3u8V(const uint8_t* srcImg, uint32_t width, uint32_t height, uint32_t srcStride,
+                          uint8_t* dstImg, uint32_t dstStride, int32_t low, int32_t high) {
+    OMBRIX_ASSERT(srcImg && width && height && (srcStride >= width) && dstImg && (dstStride >= width) && (low <= high) && width > 2 && height > 2);
+    const size_t pixels = static_cast<size_t>(width) * height;
+    uint8_t* smooth = static_cast<uint8_t*>(obxGetScratchBufferUnaligned_(2 * width));
+    OMBRIX_ASSERT(smooth);
+    uint8_t* dir = static_cast<uint8_t*>(obxGetScratchBufferUnaligned_(static_cast<uint32_t>(pixels)));
+    OMBRIX_ASSERT(dir);
+    int32_t* mag = static_cast<int32_t*>(obxGetScratchBufferUnaligned_(static_cast<uint32_t>(pixels * sizeof(int32_t))));
+    OMBRIX_ASSERT(mag);
+
+    // One plain clear of width * height bytes, as the reference does.
+    memset(dstImg, 0, pixels);
+    clearRing(dir, mag, width, height);
+
+    const int32_t maxMag = gradientsAndPeaks(srcImg, width, height, srcStride, smooth, dir, mag);
+    const int32_t lowT = magnitudeThreshold(low, maxMag), highT = magnitudeThreshold(high, maxMag);
+
+    const uint32x4_t lows = vdupq_n_u32(static_cast<uint32_t>(lowT)), highs = vdupq_n_u32(static_cast<uint32_t>(highT));
+    for (uint32_t y = kMargin; y + kMargin < height; ++y) {
+        const size_t row = static_cast<size_t>(y) * width;
+        uint8_t* flags = dir + row;
+        const int32_t* m = mag + row;
+        forEachStep(
+            static_cast<ptrdiff_t>(width) - 2 * kMargin, kLanes,
+            [&](ptrdiff_t i) { classify16(flags, m, kMargin + i, lows, highs); },
+            [&](ptrdiff_t i) {
+                const ptrdiff_t x = kMargin + i;
+                if (flags[x] & kCodeMask) flags[x] |= thresholdFlags(m[x], lowT, highT);
+            });
+    }
+    for (uint32_t y = kMargin; y + kMargin < height; ++y) traceRow(dir, width, dstImg, dstStride, y);
+
+    obxReleaseScratchBuffer_(mag);
+    obxReleaseScratchBuffer_(dir);
+    obxReleaseScratchBuffer_(smooth);
+}
+
+}  // extern "C"

@@ -1,0 +1,403 @@
+// Canny edge detector: hand-checked cases, a plain full-image model of the
+// same rules, the assertion texts, the scratch-buffer bookkeeping, and
+// randomized vector-against-reference comparisons.
+#include <gtest/gtest.h>
+#include <math.h>
+#include <string.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <functional>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ombrixCannyScalar.h"
+#include "ombrixKernels.h"
+#include "ombrixTestSupport.h"
+
+namespace {
+
+using ombrix_test::GuardedBuffer;
+using ombrix_test::GuardedImage;
+
+using CannyFn = void(const uint8_t*, uint32_t, uint32_t, uint32_t, uint8_t*, uint32_t, int32_t, int32_t);
+struct Variant {
+    const char* name;
+    CannyFn* canny;
+};
+const Variant kVariants[] = {{"reference", obxFilterCanny3x3u8C}, {"vector", obxFilterCanny3x3u8V}};
+
+// ---- The rules on whole-image arrays ---------------------------------------------
+
+// Writes the edge map into dst (dstStride bytes a row) as the detector
+// would, tracing with a stack of at most `depth` pixels.
+void modelCanny(const uint8_t* src, uint32_t w, uint32_t h, uint32_t srcStride, uint8_t* dst, uint32_t dstStride,
+                int32_t low, int32_t high, size_t depth = 5) {
+    memset(dst, 0, size_t{w} * h);
+    const int W = static_cast<int>(w), H = static_cast<int>(h);
+    std::vector<int> s(w * h, 0), mag(w * h, 0), code(w * h, 0);
+    std::vector<bool> peak(w * h, false), weak(w * h, false), strong(w * h, false);
+    const int taps[3] = {1, 2, 1};
+    for (int y = 1; y < H - 1; ++y)
+        for (int x = 1; x < W - 1; ++x) {
+            int sum = 0;
+            for (int j = -1; j <= 1; ++j)
+                for (int i = -1; i <= 1; ++i) sum += taps[i + 1] * taps[j + 1] * src[(y + j) * srcStride + x + i];
+            s[y * W + x] = sum >> 4;
+        }
+    int maxMag = 0;
+    for (int y = 2; y < H - 2; ++y)
+        for (int x = 2; x < W - 2; ++x) {
+            const int dx = s[y * W + x] - s[y * W + x - 1], dy = s[y * W + x] - s[(y - 1) * W + x];
+            mag[y * W + x] = dx * dx + dy * dy;
+            maxMag = std::max(maxMag, mag[y * W + x]);
+            if (dx == 0 && dy == 0) continue;
+            if (2 * std::abs(dy) < std::abs(dx)) code[y * W + x] = 1;
+            else if (2 * std::abs(dx) < std::abs(dy)) code[y * W + x] = 2;
+            else code[y * W + x] = (dx > 0) == (dy > 0) ? 3 : 4;
+        }
+    auto threshold = [&](int32_t t) {
+        const float f = static_cast<float>(std::max(t, 0));
+        return static_cast<int64_t>(floorf(f * f * 0.00390625f * static_cast<float>(maxMag) * 0.00390625f));
+    };
+    const int64_t lowT = threshold(low), highT = threshold(high);
+    // (dx, dy) across the edge and along it, per code.
+    const int across[5][2] = {{0, 0}, {1, 0}, {0, 1}, {1, 1}, {-1, 1}};
+    const int along[5][2] = {{0, 0}, {0, 1}, {1, 0}, {-1, 1}, {1, 1}};
+    for (int y = 2; y < H - 2; ++y)
+        for (int x = 2; x < W - 2; ++x) {
+            const int c = code[y * W + x], m = mag[y * W + x];
+            if (!c) continue;
+            const int ox = across[c][0], oy = across[c][1];
+            peak[y * W + x] = mag[(y + oy) * W + x + ox] <= m && mag[(y - oy) * W + x - ox] < m;
+            weak[y * W + x] = m >= lowT;
+            strong[y * W + x] = m >= highT;
+        }
+    auto out = [&](int x, int y) -> uint8_t& { return dst[static_cast<size_t>(y) * dstStride + x]; };
+    for (int y = 2; y < H - 2; ++y)
+        for (int x = 2; x < W - 2; ++x) {
+            if (!peak[y * W + x] || !strong[y * W + x]) continue;
+            out(x, y) = 255;
+            const int ax = along[code[y * W + x]][0], ay = along[code[y * W + x]][1];
+            std::vector<std::pair<int, int>> stack = {{x, y}};
+            std::pair<int, int> q = {x, y};
+            for (;;) {
+                for (int sign : {1, -1}) {
+                    if (sign < 0 && stack.size() == depth) break;
+                    const int cx = q.first + sign * ax, cy = q.second + sign * ay;
+                    if ((cx == x && cy == y) || out(cx, cy) == 255 || !peak[cy * W + cx] || !weak[cy * W + cx])
+                        continue;
+                    out(cx, cy) = 255;
+                    stack.push_back({cx, cy});
+                }
+                q = stack.back();
+                stack.pop_back();
+                if (stack.empty()) break;
+            }
+        }
+}
+
+// ---- Images ------------------------------------------------------------------------
+
+GuardedImage<uint8_t> imageOf(uint32_t w, uint32_t h, uint32_t padding, size_t offset,
+                              uint8_t (*pixel)(uint32_t x, uint32_t y)) {
+    GuardedImage<uint8_t> image(w, h, w + padding, offset);
+    for (uint32_t y = 0; y < h; ++y)
+        for (uint32_t x = 0; x < w; ++x) image.at(x, y) = pixel(x, y);
+    return image;
+}
+
+// Procedural scenes with edges in every direction, plateaus and noise.
+enum class Scene { Noise, Disc, Stripes, Blocks, NoisyRamp };
+
+void paint(GuardedImage<uint8_t>& image, Scene scene, std::mt19937& rng) {
+    const double cx = image.width() * 0.45, cy = image.height() * 0.55;
+    const double r = 0.35 * std::min(image.width(), image.height()) + 1;
+    for (uint32_t y = 0; y < image.height(); ++y)
+        for (uint32_t x = 0; x < image.width(); ++x) {
+            uint32_t v = 0;
+            switch (scene) {
+                case Scene::Noise: v = rng() & 0xFF; break;
+                case Scene::Disc: v = (x - cx) * (x - cx) + (y - cy) * (y - cy) < r * r ? 220 : 30; break;
+                case Scene::Stripes: v = ((x + 2 * y) / 5) % 2 ? 200 : 60; break;
+                case Scene::Blocks: v = ((x / 7) * 53 + (y / 5) * 97) % 256; break;
+                case Scene::NoisyRamp: v = (x * 3 + y) % 200 + rng() % 24; break;
+            }
+            image.at(x, y) = static_cast<uint8_t>(v);
+        }
+}
+
+// Runs a variant into a fresh dst buffer of dstStride * h bytes, prefilled
+// with `fill`, and returns the whole buffer.
+std::vector<uint8_t> run(CannyFn* canny, const GuardedImage<uint8_t>& src, uint32_t dstStride, int32_t low,
+                         int32_t high, uint8_t fill = 0x5A) {
+    std::vector<uint8_t> dst(size_t{dstStride} * src.height(), fill);
+    canny(src.data(), src.width(), src.height(), src.stride(), dst.data(), dstStride, low, high);
+    return dst;
+}
+
+// ---- Hand-checked cases ------------------------------------------------------------
+
+TEST(Canny, FlatImagesHaveNoEdges) {
+    for (const Variant& v : kVariants)
+        for (uint8_t value : {0, 1, 128, 255})
+            for (uint32_t w : {3u, 5u, 17u, 40u}) {
+                GuardedImage<uint8_t> src(w, 7, w + 3, 1);
+                src.fill(value);
+                const std::vector<uint8_t> dst = run(v.canny, src, w, 0, 0);
+                EXPECT_EQ(dst, std::vector<uint8_t>(dst.size(), 0)) << v.name << " value " << int{value} << " width " << w;
+            }
+}
+
+// A vertical step, 0 in columns < 9 and 255 from column 9: the smoothed row
+// is ... 0, 63, 191, 255 ... (columns 7 .. 10), so the backward differences
+// are 63, 128, 64 at columns 8, 9, 10 and only column 9 is a local maximum.
+// A horizontal step likewise marks its first bright row.
+TEST(Canny, StepEdgesGiveOneLineWhereTheDifferencePeaks) {
+    const GuardedImage<uint8_t> vertical = imageOf(20, 12, 2, 3, [](uint32_t x, uint32_t) -> uint8_t { return x >= 9 ? 255 : 0; });
+    const GuardedImage<uint8_t> horizontal = imageOf(15, 16, 0, 0, [](uint32_t, uint32_t y) -> uint8_t { return y >= 7 ? 255 : 0; });
+    for (const Variant& v : kVariants)
+        for (int32_t t : {1, 128, 256}) {
+            const std::vector<uint8_t> a = run(v.canny, vertical, 20, t, t);
+            for (uint32_t y = 0; y < 12; ++y)
+                for (uint32_t x = 0; x < 20; ++x)
+                    ASSERT_EQ(a[y * 20 + x], x == 9 && y >= 2 && y <= 9 ? 255 : 0) << v.name << " at " << x << "," << y;
+            const std::vector<uint8_t> b = run(v.canny, horizontal, 15, t, t);
+            for (uint32_t y = 0; y < 16; ++y)
+                for (uint32_t x = 0; x < 15; ++x)
+                    ASSERT_EQ(b[y * 15 + x], y == 7 && x >= 2 && x <= 12 ? 255 : 0) << v.name << " at " << x << "," << y;
+        }
+}
+
+// A horizontal step 0 -> 200 at row 4 with column 10 at 240 below it. Row 4
+// is the edge (magnitudes 10000 .. 12164, code 2, peaks across rows); the
+// only pixel at the largest magnitude, (10, 4), is the one seed at high =
+// 256. Its trace steps along the row both ways and takes every pixel at or
+// above lowT = 3041 (low = 128). The weaker local maximum at (9, 6), not on
+// the row, stays unmarked even at low = 0.
+TEST(Canny, TraceFollowsTheEdgeBothWaysFromOneSeed) {
+    const GuardedImage<uint8_t> src = imageOf(21, 9, 1, 0, [](uint32_t x, uint32_t y) -> uint8_t {
+        return y < 4 ? 0 : x == 10 ? 240 : 200;
+    });
+    for (const Variant& v : kVariants)
+        for (int32_t low : {0, 128}) {
+            const std::vector<uint8_t> dst = run(v.canny, src, 21, low, 256);
+            for (uint32_t y = 0; y < 9; ++y)
+                for (uint32_t x = 0; x < 21; ++x)
+                    ASSERT_EQ(dst[y * 21 + x], y == 4 && x >= 2 && x <= 18 ? 255 : 0) << v.name << " at " << x << "," << y;
+        }
+    // A stack of two pixels would have left the row's left part out.
+    std::vector<uint8_t> shallow(21 * 9);
+    modelCanny(src.data(), 21, 9, src.stride(), shallow.data(), 21, 128, 256, 2);
+    EXPECT_EQ(shallow[4 * 21 + 9], 0);
+    EXPECT_NE(run(obxFilterCanny3x3u8C, src, 21, 128, 256), shallow);
+}
+
+TEST(Canny, PixelsWithinTwoOfTheBorderAreNeverEdges) {
+    std::mt19937 rng(5);
+    for (const Variant& v : kVariants)
+        for (uint32_t size : {5u, 6u, 23u, 64u}) {
+            GuardedImage<uint8_t> src(size + 3, size, size + 3, 0);
+            src.fillRandom(rng);
+            const uint32_t w = size + 3, h = size;
+            const std::vector<uint8_t> dst = run(v.canny, src, w, 0, 0, 255);
+            size_t inside = 0;
+            for (uint32_t y = 0; y < h; ++y)
+                for (uint32_t x = 0; x < w; ++x) {
+                    const bool ring = x < 2 || y < 2 || x + 2 >= w || y + 2 >= h;
+                    if (ring) {
+                        ASSERT_EQ(dst[y * w + x], 0) << v.name << " at " << x << "," << y;
+                    }
+                    inside += dst[y * w + x] == 255;
+                }
+            EXPECT_GT(inside, 0u) << v.name << " " << size;
+        }
+}
+
+// The clear covers width * height bytes from the first pixel; with a wider
+// stride the later rows keep their old bytes.
+TEST(Canny, ClearCoversWidthTimesHeightBytesFromTheStart) {
+    GuardedImage<uint8_t> src(10, 6, 10, 0);
+    src.fill(77);
+    for (const Variant& v : kVariants) {
+        const std::vector<uint8_t> dst = run(v.canny, src, 16, 0, 0, 0xEE);
+        for (size_t i = 0; i < dst.size(); ++i) ASSERT_EQ(dst[i], i < 60 ? 0 : 0xEE) << v.name << " byte " << i;
+    }
+}
+
+TEST(Canny, EqualThresholdsAreAccepted) {
+    const GuardedImage<uint8_t> src = imageOf(12, 12, 0, 0, [](uint32_t x, uint32_t y) -> uint8_t { return (x + y) % 5 ? 40 : 180; });
+    for (int32_t t : {-3, 0, 100, 256, 40000}) {
+        std::vector<uint8_t> expected(144);
+        modelCanny(src.data(), 12, 12, 12, expected.data(), 12, t, t);
+        for (const Variant& v : kVariants) EXPECT_EQ(run(v.canny, src, 12, t, t), expected) << v.name << " " << t;
+    }
+}
+
+// The product is rounded to single precision before the floor: 15^2 / 256 *
+// 113887 / 256 is 390.99998 exactly, but 391 in float.
+TEST(Canny, ThresholdsAreFormedInSinglePrecision) {
+    const struct {
+        int32_t threshold, maxMag, expected;
+    } cases[] = {{15, 113887, 391}, {17, 81183, 358}, {128, 12164, 3041}, {256, 130050, 130050},
+                 {255, 130050, 129035}, {0, 130050, 0}, {-7, 130050, 0}, {300, 0, 0},
+                 {50000, 130050, INT32_MAX}};
+    for (const auto& c : cases)
+        EXPECT_EQ(ombrix_canny::magnitudeThreshold(c.threshold, c.maxMag), c.expected) << c.threshold << " " << c.maxMag;
+}
+
+// ---- The model on many images ----------------------------------------------------
+
+// Thresholds across the whole range: negative, 0, inside, 256 and beyond.
+std::pair<int32_t, int32_t> randomThresholds(std::mt19937& rng) {
+    const int32_t lows[] = {-40, 0, 0, 1, 30, 60, 100, 200, 256, 300};
+    const int32_t low = rng() % 3 ? lows[rng() % 10] : static_cast<int32_t>(rng() % 300);
+    const int32_t highs[] = {low, low + 1, low + 50, 256, 257, 1000, 50000};
+    return {low, std::max(low, highs[rng() % 7])};
+}
+
+TEST(Canny, ReferenceFollowsTheRules) {
+    std::mt19937 rng(17);
+    const Scene scenes[] = {Scene::Noise, Scene::Disc, Scene::Stripes, Scene::Blocks, Scene::NoisyRamp};
+    for (int i = 0; i < 120; ++i) {
+        const uint32_t w = 3 + rng() % 70, h = 3 + rng() % 40, dstStride = w + (rng() % 2 ? 0 : rng() % 9);
+        GuardedImage<uint8_t> src(w, h, w + rng() % 5, rng() % 8);
+        paint(src, scenes[i % 5], rng);
+        const auto [low, high] = randomThresholds(rng);
+        // Old bytes (255 among them) survive beyond the clear and block traces.
+        std::vector<uint8_t> before(size_t{dstStride} * h);
+        for (uint8_t& b : before) b = rng() % 4 ? 255 : static_cast<uint8_t>(rng());
+        std::vector<uint8_t> expected = before, actual = before;
+        modelCanny(src.data(), w, h, src.stride(), expected.data(), dstStride, low, high);
+        obxFilterCanny3x3u8C(src.data(), w, h, src.stride(), actual.data(), dstStride, low, high);
+        ASSERT_EQ(actual, expected) << w << "x" << h << " stride " << dstStride << " scene " << i % 5 << " thresholds "
+                                    << low << ", " << high;
+    }
+}
+
+// ---- Vector against reference ----------------------------------------------------
+
+TEST(Canny, VectorMatchesReference) {
+    std::mt19937 rng(23);
+    const Scene scenes[] = {Scene::Noise, Scene::Disc, Scene::Stripes, Scene::Blocks, Scene::NoisyRamp};
+    size_t index = 0;
+    for (const ombrix_test::ImageGeometry& g : ombrix_test::comparisonGeometries(3, 3, 29, 80)) {
+        SCOPED_TRACE(::testing::Message() << g);
+        GuardedImage<uint8_t> src(g.width, g.height, g.width + g.srcPadding, g.srcOffset);
+        paint(src, scenes[index++ % 5], rng);
+        const auto [low, high] = randomThresholds(rng);
+        const uint32_t dstStride = g.width + g.dstPadding;
+        const size_t size = size_t{dstStride} * g.height;
+        GuardedBuffer reference(size, g.dstOffset), vector(size, g.dstOffset);
+        for (size_t i = 0; i < size; ++i) reference.data()[i] = vector.data()[i] = rng() % 3 ? 255 : 0x33;
+        obxFilterCanny3x3u8C(src.data(), g.width, g.height, src.stride(), reference.data(), dstStride, low, high);
+        obxFilterCanny3x3u8V(src.data(), g.width, g.height, src.stride(), vector.data(), dstStride, low, high);
+        ASSERT_EQ(memcmp(reference.data(), vector.data(), size), 0) << "thresholds " << low << ", " << high;
+        ASSERT_TRUE(vector.guardsIntact());
+        ASSERT_TRUE(reference.guardsIntact());
+        ASSERT_TRUE(src.guardsIntact());
+    }
+}
+
+TEST(Canny, ThroughTheSlot) {
+    const GuardedImage<uint8_t> src = imageOf(20, 12, 0, 0, [](uint32_t x, uint32_t) -> uint8_t { return x >= 9 ? 255 : 0; });
+    std::vector<uint8_t> dst(240, 9);
+    (*ppobxFilterCanny3x3u8_v2)(src.data(), 20, 12, 20, dst.data(), 20, 10, 20);
+    EXPECT_EQ(dst[5 * 20 + 9], 255);
+    EXPECT_EQ(dst[5 * 20 + 8], 0);
+}
+
+// ---- Scratch memory --------------------------------------------------------------
+
+struct ScratchLog {
+    std::vector<uint32_t> sizes;
+    std::vector<void*> taken, released;
+};
+ScratchLog gScratch;
+uint32_t gFailingRequest = 0;  // 1-based index of the request that gets null
+
+void* countingGet(uint32_t size) {
+    gScratch.sizes.push_back(size);
+    if (gScratch.sizes.size() == gFailingRequest) return nullptr;
+    void* p = obxScratchGetUnaligned(size);
+    gScratch.taken.push_back(p);
+    return p;
+}
+void countingRelease(void* p) {
+    gScratch.released.push_back(p);
+    obxScratchRelease(p);
+}
+
+TEST(Canny, TakesThreeScratchBuffersAndReleasesThemAll) {
+    const GuardedImage<uint8_t> src = imageOf(13, 9, 2, 0, [](uint32_t x, uint32_t y) -> uint8_t { return static_cast<uint8_t>(x * y * 7); });
+    for (const Variant& v : kVariants) {
+        gScratch = {};
+        gFailingRequest = 0;
+        obxGetScratchBufferUnaligned_ = countingGet;
+        obxReleaseScratchBuffer_ = countingRelease;
+        run(v.canny, src, 13, 10, 20);
+        obxGetScratchBufferUnaligned_ = obxScratchGetUnaligned;
+        obxReleaseScratchBuffer_ = obxScratchRelease;
+        EXPECT_EQ(gScratch.sizes, (std::vector<uint32_t>{26, 117, 117 * 4})) << v.name;
+        std::vector<void*> taken = gScratch.taken, released = gScratch.released;
+        std::sort(taken.begin(), taken.end());
+        std::sort(released.begin(), released.end());
+        EXPECT_EQ(taken, released) << v.name;
+    }
+}
+
+// ---- Assertion texts -------------------------------------------------------------
+
+using ombrix_test::AssertionCase;
+using ombrix_test::AssertionText;
+
+alignas(16) uint8_t gBytes[4096];
+
+std::vector<AssertionCase> assertionCases() {
+    const std::string contract =
+        "srcImg && width && height && (srcStride >= width) && dstImg && (dstStride >= width) && (low <= high) && width > 2 && height > 2";
+    const uint8_t* src = gBytes;
+    uint8_t* dst = gBytes + 2048;
+    struct Violation {
+        const char* what;
+        std::function<void(CannyFn*)> call;
+        std::string expression;
+    };
+    auto failingScratch = [=](uint32_t request) {
+        return [=](CannyFn* f) {
+            gScratch = {};
+            gFailingRequest = request;
+            obxGetScratchBufferUnaligned_ = countingGet;
+            f(src, 16, 16, 16, dst, 16, 10, 20);
+        };
+    };
+    const Violation violations[] = {
+        {"null source", [=](CannyFn* f) { f(nullptr, 16, 16, 16, dst, 16, 10, 20); }, contract},
+        {"zero width", [=](CannyFn* f) { f(src, 0, 16, 16, dst, 16, 10, 20); }, contract},
+        {"zero height", [=](CannyFn* f) { f(src, 16, 0, 16, dst, 16, 10, 20); }, contract},
+        {"srcStride below width", [=](CannyFn* f) { f(src, 16, 16, 15, dst, 16, 10, 20); }, contract},
+        {"null destination", [=](CannyFn* f) { f(src, 16, 16, 16, nullptr, 16, 10, 20); }, contract},
+        {"dstStride below width", [=](CannyFn* f) { f(src, 16, 16, 16, dst, 15, 10, 20); }, contract},
+        {"low above high", [=](CannyFn* f) { f(src, 16, 16, 16, dst, 16, 21, 20); }, contract},
+        {"width 2", [=](CannyFn* f) { f(src, 2, 16, 16, dst, 16, 10, 20); }, contract},
+        {"height 2", [=](CannyFn* f) { f(src, 16, 2, 16, dst, 16, 10, 20); }, contract},
+        {"no smoothing rows", failingScratch(1), "smooth"},
+        {"no flags", failingScratch(2), "dir"},
+        {"no magnitudes", failingScratch(3), "mag"},
+    };
+    std::vector<AssertionCase> cases;
+    for (const Violation& v : violations) {
+        const auto call = v.call;
+        cases.push_back({std::string("CannyC ") + v.what, [=] { call(obxFilterCanny3x3u8C); }, "src/cpu/ombrixEdgeC",
+                         v.expression});
+        cases.push_back({std::string("CannyV ") + v.what, [=] { call(obxFilterCanny3x3u8V); },
+                         "src/lanex/ombrixEdgeV", v.expression});
+    }
+    return cases;
+}
+
+INSTANTIATE_TEST_SUITE_P(Canny, AssertionText, ::testing::ValuesIn(assertionCases()), ombrix_test::assertionCaseName);
+
+}  // namespace
