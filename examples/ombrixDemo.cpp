@@ -2,8 +2,8 @@
 // how each operation mode is answered, and then runs a small camera pipeline
 // on a sample scene (or the PGM/PPM named on the command line): the picture
 // becomes a 4:2:0 pseudo-planar camera frame, which is converted to RGB and to
-// gray and then smoothed. Every stage is timed on the reference and on the
-// vector table and its result is written out.
+// gray, smoothed, and searched for edges. Every stage is timed on the
+// reference and on the vector table and its result is written out.
 //
 //   ombrix_demo [image.pgm|image.ppm] [--out DIRECTORY]
 #include <stdio.h>
@@ -201,6 +201,17 @@ int main(int argc, char** argv) {
               },
               reinterpret_cast<void* const*>(&obxFilterGaussian5x5u8_v2_));
     if (!writeResult(outDirectory, "ombrix-smooth.pgm", smooth)) return 1;
+
+    // Edges of the smoothed picture: thresholds at a quarter and a half of
+    // its strongest gradient.
+    Image edges(smooth.width, smooth.height, 1);
+    timeStage("obxFilterCanny3x3u8_v2",
+              [&] {
+                  obxFilterCanny3x3u8_v2_(smooth.data(), smooth.width, smooth.height, smooth.stride(), edges.data(),
+                                          edges.stride(), 64, 128);
+              },
+              reinterpret_cast<void* const*>(&obxFilterCanny3x3u8_v2_));
+    if (!writeResult(outDirectory, "ombrix-canny.pgm", edges)) return 1;
 
     obxSetOperationMode(OBX_MODE_REFERENCE);
     return 0;

@@ -110,7 +110,7 @@ GuardedImage<uint8_t> imageOf(uint32_t w, uint32_t h, uint32_t padding, size_t o
 }
 
 // Procedural scenes with edges in every direction, plateaus and noise.
-enum class Scene { Noise, Disc, Stripes, Blocks, NoisyRamp };
+enum class Scene { Noise, Disc, Stripes, Blocks, NoisyRamp, Extremes };
 
 void paint(GuardedImage<uint8_t>& image, Scene scene, std::mt19937& rng) {
     const double cx = image.width() * 0.45, cy = image.height() * 0.55;
@@ -124,6 +124,7 @@ void paint(GuardedImage<uint8_t>& image, Scene scene, std::mt19937& rng) {
                 case Scene::Stripes: v = ((x + 2 * y) / 5) % 2 ? 200 : 60; break;
                 case Scene::Blocks: v = ((x / 7) * 53 + (y / 5) * 97) % 256; break;
                 case Scene::NoisyRamp: v = (x * 3 + y) % 200 + rng() % 24; break;
+                case Scene::Extremes: v = ((x / 2) * 31 + (y / 2) * 17) % 7 < 3 ? 255 : 0; break;
             }
             image.at(x, y) = static_cast<uint8_t>(v);
         }
@@ -285,11 +286,11 @@ std::pair<int32_t, int32_t> randomThresholds(std::mt19937& rng) {
 TEST(Canny, ReferenceFollowsTheRules) {
     const PoisonedScratch poisoned;
     std::mt19937 rng(17);
-    const Scene scenes[] = {Scene::Noise, Scene::Disc, Scene::Stripes, Scene::Blocks, Scene::NoisyRamp};
+    const Scene scenes[] = {Scene::Noise, Scene::Disc, Scene::Stripes, Scene::Blocks, Scene::NoisyRamp, Scene::Extremes};
     for (int i = 0; i < 120; ++i) {
         const uint32_t w = 3 + rng() % 70, h = 3 + rng() % 40, dstStride = w + (rng() % 2 ? 0 : rng() % 9);
         GuardedImage<uint8_t> src(w, h, w + rng() % 5, rng() % 8);
-        paint(src, scenes[i % 5], rng);
+        paint(src, scenes[i % 6], rng);
         const auto [low, high] = randomThresholds(rng);
         // Old bytes (255 among them) survive beyond the clear and block traces.
         std::vector<uint8_t> before(size_t{dstStride} * h);
@@ -298,7 +299,7 @@ TEST(Canny, ReferenceFollowsTheRules) {
         modelCanny(src.data(), w, h, src.stride(), expected.data(), dstStride, low, high);
         gPoison = static_cast<uint8_t>(rng());
         obxFilterCanny3x3u8C(src.data(), w, h, src.stride(), actual.data(), dstStride, low, high);
-        ASSERT_EQ(actual, expected) << w << "x" << h << " stride " << dstStride << " scene " << i % 5 << " thresholds "
+        ASSERT_EQ(actual, expected) << w << "x" << h << " stride " << dstStride << " scene " << i % 6 << " thresholds "
                                     << low << ", " << high;
     }
 }
@@ -308,12 +309,12 @@ TEST(Canny, ReferenceFollowsTheRules) {
 TEST(Canny, VectorMatchesReference) {
     const PoisonedScratch poisoned;
     std::mt19937 rng(23);
-    const Scene scenes[] = {Scene::Noise, Scene::Disc, Scene::Stripes, Scene::Blocks, Scene::NoisyRamp};
+    const Scene scenes[] = {Scene::Noise, Scene::Disc, Scene::Stripes, Scene::Blocks, Scene::NoisyRamp, Scene::Extremes};
     size_t index = 0;
     for (const ombrix_test::ImageGeometry& g : ombrix_test::comparisonGeometries(3, 3, 29, 80)) {
         SCOPED_TRACE(::testing::Message() << g);
         GuardedImage<uint8_t> src(g.width, g.height, g.width + g.srcPadding, g.srcOffset);
-        paint(src, scenes[index++ % 5], rng);
+        paint(src, scenes[index++ % 6], rng);
         const auto [low, high] = randomThresholds(rng);
         const uint32_t dstStride = g.width + g.dstPadding;
         const size_t size = size_t{dstStride} * g.height;

@@ -96,7 +96,8 @@ static inline ptrdiff_t alongOffset(uint8_t code, ptrdiff_t rowPitch) {
 // A pixel with a non-zero code is a local maximum when its magnitude is at
 // least that of the next pixel across the edge and above that of the
 // previous one, so that a plateau keeps only its first pixel.
-static inline bool isLocalMaximum(const int32_t* mag, uint8_t code, ptrdiff_t width) {
+template <typename Mag>
+static inline bool isLocalMaximum(const Mag* mag, uint8_t code, ptrdiff_t width) {
     const ptrdiff_t o = acrossOffset(code, width);
     return mag[o] <= mag[0] && mag[-o] < mag[0];
 }
@@ -130,7 +131,8 @@ static inline void traceEdge(const uint8_t* flags, uint32_t width, uint8_t* dst,
     struct Pixel {
         ptrdiff_t at, out;  // indices into flags and dst
     };
-    const Pixel seed = {static_cast<ptrdiff_t>(y) * width + x, static_cast<ptrdiff_t>(y) * dstStride + x};
+    const Pixel seed = {static_cast<ptrdiff_t>(static_cast<size_t>(y) * width + x),
+                        static_cast<ptrdiff_t>(static_cast<size_t>(y) * dstStride + x)};
     const uint8_t code = flags[seed.at] & kCodeMask;
     const Pixel step = {alongOffset(code, width), alongOffset(code, dstStride)};
     dst[seed.out] = kEdge;

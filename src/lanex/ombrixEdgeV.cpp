@@ -16,6 +16,11 @@
 // is the reference's, started from seeds found sixteen flags at a time.
 // Only the ring of the working arrays that the passes read but never write
 // is cleared.
+//
+// Magnitudes are kept as u16 in the magnitude buffer: a backward difference
+// of the smoothed image is at most 128 in size (the difference of two
+// neighbouring 3x3 sums is at most 4 * 2 * 255 = 2040, and the floors of the
+// two sums / 16 differ by at most ceil(2040 / 16)), so dx^2 + dy^2 <= 32768.
 
 namespace {
 
@@ -24,13 +29,15 @@ using ombrix_blur::forEachStep;
 
 constexpr ptrdiff_t kLanes = 16;
 
+// Columns 2 .. width - 3; none (or a negative count) below 5 columns.
+static inline ptrdiff_t interiorColumns(uint32_t width) {
+    return static_cast<ptrdiff_t>(width) - 2 * static_cast<ptrdiff_t>(kMargin);
+}
+
 #if defined(__ARM_NEON) || defined(__ARM_NEON__)
 
 static inline uint16x8x2_t squaresU8(uint8x16_t a) {
     return {{vmull_u8(vget_low_u8(a), vget_low_u8(a)), vmull_u8(vget_high_u8(a), vget_high_u8(a))}};
-}
-static inline uint32x4x2_t addWideU16(uint16x8_t a, uint16x8_t b) {
-    return {{vaddl_u16(vget_low_u16(a), vget_low_u16(b)), vaddl_u16(vget_high_u16(a), vget_high_u16(b))}};
 }
 static inline uint32_t anyLane(uint8x16_t mask) {
     const uint8x8_t half = vorr_u8(vget_low_u8(mask), vget_high_u8(mask));
@@ -44,10 +51,6 @@ static inline uint16x8x2_t squaresU8(uint8x16_t a) {
     const uint16x8x2_t w = ombrix_blur::widenU8(a);
     return {{vmulq_u16(w.val[0], w.val[0]), vmulq_u16(w.val[1], w.val[1])}};
 }
-static inline uint32x4x2_t addWideU16(uint16x8_t a, uint16x8_t b) {
-    const uint32x4x2_t wa = ombrix_blur::widenU16(a), wb = ombrix_blur::widenU16(b);
-    return {{vaddq_u32(wa.val[0], wb.val[0]), vaddq_u32(wa.val[1], wb.val[1])}};
-}
 static inline uint32_t anyLane(uint8x16_t mask) {
     const uint64x2_t halves = vreinterpretq_u64_u8(mask);
     return (vgetq_lane_u64(halves, 0) | vgetq_lane_u64(halves, 1)) != 0;
@@ -55,10 +58,8 @@ static inline uint32_t anyLane(uint8x16_t mask) {
 
 #endif
 
-// Four u32 comparison masks as one mask of sixteen bytes, in order.
-static inline uint8x16_t narrowMasks(uint32x4_t a, uint32x4_t b, uint32x4_t c, uint32x4_t d) {
-    return ombrix_blur::narrowU16(ombrix_blur::narrowU32(a, b), ombrix_blur::narrowU32(c, d));
-}
+// Two u16 comparison masks as one mask of sixteen bytes, in order.
+static inline uint8x16_t narrowMasks(uint16x8_t a, uint16x8_t b) { return ombrix_blur::narrowU16(a, b); }
 
 // ---- Smoothing -------------------------------------------------------------------
 
@@ -112,46 +113,40 @@ struct GradientRow {
     const uint8_t* previous;  // smoothed row y - 1
     const uint8_t* current;   // smoothed row y
     uint8_t* flags;           // row y of the flags
-    int32_t* mag;             // row y of the magnitudes
+    uint16_t* mag;            // row y of the magnitudes
 };
 
 // Codes and magnitudes of columns x .. x + 15; returns `largest` raised to
 // cover the new magnitudes.
-static inline uint32x4_t gradients16(const GradientRow& r, ptrdiff_t x, uint32x4_t largest) {
+static inline uint16x8_t gradients16(const GradientRow& r, ptrdiff_t x, uint16x8_t largest) {
     const uint8x16_t c = vld1q_u8(r.current + x), left = vld1q_u8(r.current + x - 1), up = vld1q_u8(r.previous + x);
     const uint8x16_t adx = vabdq_u8(c, left), ady = vabdq_u8(c, up);
-    const uint16x8x2_t sx = squaresU8(adx), sy = squaresU8(ady);  // at most 65025: u16
-    const uint32x4x2_t low = addWideU16(sx.val[0], sy.val[0]), high = addWideU16(sx.val[1], sy.val[1]);
-    uint32_t* mag = reinterpret_cast<uint32_t*>(r.mag + x);
-    vst1q_u32(mag, low.val[0]);
-    vst1q_u32(mag + 4, low.val[1]);
-    vst1q_u32(mag + 8, high.val[0]);
-    vst1q_u32(mag + 12, high.val[1]);
+    const uint16x8x2_t sx = squaresU8(adx), sy = squaresU8(ady);
+    const uint16x8_t low = vaddq_u16(sx.val[0], sy.val[0]), high = vaddq_u16(sx.val[1], sy.val[1]);
+    vst1q_u16(r.mag + x, low);
+    vst1q_u16(r.mag + x + 8, high);
     vst1q_u8(r.flags + x, directionCodes(c, left, up, adx, ady));
-    const uint32x4_t larger = vmaxq_u32(vmaxq_u32(low.val[0], low.val[1]), vmaxq_u32(high.val[0], high.val[1]));
-    return vmaxq_u32(largest, larger);
+    return vmaxq_u16(largest, vmaxq_u16(low, high));
 }
 
 // ---- Suppression and classification ---------------------------------------------
 
 // Masks of the sixteen pixels at m whose magnitude c is a peak across
-// offset o: mag(p + o) <= c and mag(p - o) < c, that is
-// max(mag(p + o), mag(p - o) + 1) <= c (magnitudes are far below 2^32 - 1).
-static inline uint8x16_t peaksAcross(const uint32_t* m, ptrdiff_t o, const uint32x4_t* centre) {
-    const uint32x4_t one = vdupq_n_u32(1);
-    uint32x4_t peak[4];
-    for (int k = 0; k < 4; ++k) {
-        const uint32x4_t next = vld1q_u32(m + 4 * k + o), previous = vld1q_u32(m + 4 * k - o);
-        peak[k] = vcleq_u32(vmaxq_u32(next, vaddq_u32(previous, one)), centre[k]);
+// offset o: mag(p + o) <= c and mag(p - o) < c.
+static inline uint8x16_t peaksAcross(const uint16_t* m, ptrdiff_t o, const uint16x8_t* centre) {
+    uint16x8_t peak[2];
+    for (int k = 0; k < 2; ++k) {
+        const uint16x8_t next = vld1q_u16(m + 8 * k + o), previous = vld1q_u16(m + 8 * k - o);
+        peak[k] = vandq_u16(vcleq_u16(next, centre[k]), vcltq_u16(previous, centre[k]));
     }
-    return narrowMasks(peak[0], peak[1], peak[2], peak[3]);
+    return narrowMasks(peak[0], peak[1]);
 }
 
 // Adds kLocalMaximum to the flags of columns x .. x + 15 of a row whose rows
 // above and below have their magnitudes.
-static inline void suppress16(uint8_t* flags, const int32_t* mag, ptrdiff_t x, ptrdiff_t width) {
-    const uint32_t* m = reinterpret_cast<const uint32_t*>(mag + x);
-    const uint32x4_t centre[4] = {vld1q_u32(m), vld1q_u32(m + 4), vld1q_u32(m + 8), vld1q_u32(m + 12)};
+static inline void suppress16(uint8_t* flags, const uint16_t* mag, ptrdiff_t x, ptrdiff_t width) {
+    const uint16_t* m = mag + x;
+    const uint16x8_t centre[2] = {vld1q_u16(m), vld1q_u16(m + 8)};
     const uint8x16_t f = vld1q_u8(flags + x), code = vandq_u8(f, vdupq_n_u8(kCodeMask));
     const ptrdiff_t across[4] = {1, width, width + 1, width - 1};  // codes 1 .. 4
     uint8x16_t peak = vdupq_n_u8(0);
@@ -162,9 +157,9 @@ static inline void suppress16(uint8_t* flags, const int32_t* mag, ptrdiff_t x, p
     vst1q_u8(flags + x, vorrq_u8(f, vandq_u8(peak, vdupq_n_u8(kLocalMaximum))));
 }
 
-void suppressRow(uint8_t* flags, const int32_t* mag, uint32_t width) {
+void suppressRow(uint8_t* flags, const uint16_t* mag, uint32_t width) {
     forEachStep(
-        static_cast<ptrdiff_t>(width) - 2 * kMargin, kLanes,
+        interiorColumns(width), kLanes,
         [&](ptrdiff_t i) { suppress16(flags, mag, kMargin + i, width); },
         [&](ptrdiff_t i) {
             const ptrdiff_t x = kMargin + i;
@@ -174,13 +169,10 @@ void suppressRow(uint8_t* flags, const int32_t* mag, uint32_t width) {
 }
 
 // Adds the threshold flags to the flags of columns x .. x + 15 with a code.
-static inline void classify16(uint8_t* flags, const int32_t* mag, ptrdiff_t x, uint32x4_t lowT, uint32x4_t highT) {
-    const uint32_t* m = reinterpret_cast<const uint32_t*>(mag + x);
-    const uint32x4_t v[4] = {vld1q_u32(m), vld1q_u32(m + 4), vld1q_u32(m + 8), vld1q_u32(m + 12)};
-    const uint8x16_t low = narrowMasks(vcgeq_u32(v[0], lowT), vcgeq_u32(v[1], lowT), vcgeq_u32(v[2], lowT),
-                                       vcgeq_u32(v[3], lowT));
-    const uint8x16_t high = narrowMasks(vcgeq_u32(v[0], highT), vcgeq_u32(v[1], highT), vcgeq_u32(v[2], highT),
-                                        vcgeq_u32(v[3], highT));
+static inline void classify16(uint8_t* flags, const uint16_t* mag, ptrdiff_t x, uint16x8_t lowT, uint16x8_t highT) {
+    const uint16x8_t v[2] = {vld1q_u16(mag + x), vld1q_u16(mag + x + 8)};
+    const uint8x16_t low = narrowMasks(vcgeq_u16(v[0], lowT), vcgeq_u16(v[1], lowT));
+    const uint8x16_t high = narrowMasks(vcgeq_u16(v[0], highT), vcgeq_u16(v[1], highT));
     const uint8x16_t f = vld1q_u8(flags + x);
     const uint8x16_t added = vorrq_u8(vandq_u8(low, vdupq_n_u8(kAboveLow)), vandq_u8(high, vdupq_n_u8(kAboveHigh)));
     vst1q_u8(flags + x, vorrq_u8(f, vandq_u8(added, vtstq_u8(f, vdupq_n_u8(kCodeMask)))));
@@ -204,13 +196,13 @@ void traceRow(const uint8_t* flags, uint32_t width, uint8_t* dst, uint32_t dstSt
 
 // Zeroes the parts of the working arrays that no pass writes: the first and
 // last two rows, and the first and last two columns of the others.
-void clearRing(uint8_t* flags, int32_t* mag, uint32_t width, uint32_t height) {
+void clearRing(uint8_t* flags, uint16_t* mag, uint32_t width, uint32_t height) {
     const size_t twoRows = 2 * static_cast<size_t>(width);
     const size_t lastTwo = static_cast<size_t>(height - 2) * width;
     memset(flags, 0, twoRows);
     memset(flags + lastTwo, 0, twoRows);
-    memset(mag, 0, twoRows * sizeof(int32_t));
-    memset(mag + lastTwo, 0, twoRows * sizeof(int32_t));
+    memset(mag, 0, twoRows * sizeof(uint16_t));
+    memset(mag + lastTwo, 0, twoRows * sizeof(uint16_t));
     const size_t columns[4] = {0, 1, size_t{width} - 2, size_t{width} - 1};
     for (uint32_t y = kMargin; y + kMargin < height; ++y) {
         const size_t row = static_cast<size_t>(y) * width;
@@ -224,13 +216,13 @@ void clearRing(uint8_t* flags, int32_t* mag, uint32_t width, uint32_t height) {
 // Smoothing, gradients and suppression of rows 2 .. height - 3; returns the
 // largest magnitude.
 int32_t gradientsAndPeaks(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* smooth,
-                          uint8_t* flags, int32_t* mag) {
+                          uint8_t* flags, uint16_t* mag) {
     auto sourceRow = [&](uint32_t y) { return src + static_cast<size_t>(y) * srcStride; };
     const uint8_t* rows[3] = {sourceRow(0), sourceRow(1), sourceRow(2)};
     uint8_t* previous = smooth;
     uint8_t* current = smooth + width;
     smoothRow(rows, previous, width);
-    uint32x4_t largest = vdupq_n_u32(0);
+    uint16x8_t largest = vdupq_n_u16(0);
     int32_t largestScalar = 0;
     for (uint32_t y = kMargin; y + kMargin < height; ++y) {
         rows[0] = rows[1];
@@ -240,12 +232,14 @@ int32_t gradientsAndPeaks(const uint8_t* src, uint32_t width, uint32_t height, u
         const size_t row = static_cast<size_t>(y) * width;
         const GradientRow r = {previous, current, flags + row, mag + row};
         forEachStep(
-            static_cast<ptrdiff_t>(width) - 2 * kMargin, kLanes,
+            interiorColumns(width), kLanes,
             [&](ptrdiff_t i) { largest = gradients16(r, kMargin + i, largest); },
             [&](ptrdiff_t i) {
                 const ptrdiff_t x = kMargin + i;
-                r.flags[x] = gradientAt(previous, current, x, &r.mag[x]);
-                if (r.mag[x] > largestScalar) largestScalar = r.mag[x];
+                int32_t m;
+                r.flags[x] = gradientAt(previous, current, x, &m);
+                r.mag[x] = static_cast<uint16_t>(m);
+                if (m > largestScalar) largestScalar = m;
             });
         if (y > kMargin) suppressRow(flags + row - width, mag + row - width, width);
         uint8_t* done = previous;
@@ -257,10 +251,10 @@ int32_t gradientsAndPeaks(const uint8_t* src, uint32_t width, uint32_t height, u
         const size_t last = static_cast<size_t>(height - kMargin - 1) * width;
         suppressRow(flags + last, mag + last, width);
     }
-    uint32_t lanes[4];
-    vst1q_u32(lanes, largest);
-    for (uint32_t v : lanes)
-        if (static_cast<int32_t>(v) > largestScalar) largestScalar = static_cast<int32_t>(v);
+    uint16_t lanes[8];
+    vst1q_u16(lanes, largest);
+    for (uint16_t v : lanes)
+        if (v > largestScalar) largestScalar = v;
     return largestScalar;
 }
 
@@ -276,7 +270,8 @@ void obxFilterCanny3x3u8V(const uint8_t* srcImg, uint32_t width, uint32_t height
     OMBRIX_ASSERT(smooth);
     uint8_t* dir = static_cast<uint8_t*>(obxGetScratchBufferUnaligned_(static_cast<uint32_t>(pixels)));
     OMBRIX_ASSERT(dir);
-    int32_t* mag = static_cast<int32_t*>(obxGetScratchBufferUnaligned_(static_cast<uint32_t>(pixels * sizeof(int32_t))));
+    // The reference's size, one int32_t a pixel; the magnitudes here take u16.
+    uint16_t* mag = static_cast<uint16_t*>(obxGetScratchBufferUnaligned_(static_cast<uint32_t>(pixels * sizeof(int32_t))));
     OMBRIX_ASSERT(mag);
 
     // One plain clear of width * height bytes, as the reference does.
@@ -286,13 +281,15 @@ void obxFilterCanny3x3u8V(const uint8_t* srcImg, uint32_t width, uint32_t height
     const int32_t maxMag = gradientsAndPeaks(srcImg, width, height, srcStride, smooth, dir, mag);
     const int32_t lowT = magnitudeThreshold(low, maxMag), highT = magnitudeThreshold(high, maxMag);
 
-    const uint32x4_t lows = vdupq_n_u32(static_cast<uint32_t>(lowT)), highs = vdupq_n_u32(static_cast<uint32_t>(highT));
+    // Thresholds above every magnitude (<= 32768) stay above them at 65535.
+    const uint16x8_t lows = vdupq_n_u16(lowT > 65535 ? 65535 : static_cast<uint16_t>(lowT));
+    const uint16x8_t highs = vdupq_n_u16(highT > 65535 ? 65535 : static_cast<uint16_t>(highT));
     for (uint32_t y = kMargin; y + kMargin < height; ++y) {
         const size_t row = static_cast<size_t>(y) * width;
         uint8_t* flags = dir + row;
-        const int32_t* m = mag + row;
+        const uint16_t* m = mag + row;
         forEachStep(
-            static_cast<ptrdiff_t>(width) - 2 * kMargin, kLanes,
+            interiorColumns(width), kLanes,
             [&](ptrdiff_t i) { classify16(flags, m, kMargin + i, lows, highs); },
             [&](ptrdiff_t i) {
                 const ptrdiff_t x = kMargin + i;
