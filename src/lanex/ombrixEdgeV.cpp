@@ -86,8 +86,10 @@ void smoothRow(const uint8_t* const* rows, uint8_t* out, uint32_t width) {
     const int32_t w_2 = static_cast<int32_t>(width) - 2;
     const int32_t w6 = w_2 / 6 * 6;
     OMBRIX_ASSERT(w6 <= w_2 && w6 >= w_2-5);
+    // Local copies: stores through `out` could otherwise alias rows[].
+    const uint8_t* const local[3] = {rows[0], rows[1], rows[2]};
     forEachStep(
-        w_2, kLanes, [&](ptrdiff_t i) { smooth16(rows, 1 + i, out); },
+        w_2, kLanes, [&](ptrdiff_t i) { smooth16(local, 1 + i, out); },
         [&](ptrdiff_t i) { out[1 + i] = smoothPixel(rows, 1 + i); });
 }
 
