@@ -20,7 +20,9 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "ombrixAssert.h"
 #include "ombrixBlurScalar.h"
+#include "ombrixKernels.h"
 
 namespace ombrix_canny {
 
@@ -34,6 +36,32 @@ constexpr int kTraceDepth = 5;
 
 // Pixels handled per image side: columns and rows 2 .. size - 3.
 constexpr uint32_t kMargin = 2;
+
+// Working memory from the unaligned scratch slot: two smoothed rows, the
+// flags and the magnitudes (sized for one int32_t a pixel). A missing
+// buffer ends the process through the assertion naming it.
+struct Scratch {
+    uint8_t* smooth;
+    uint8_t* dir;
+    void* mag;
+};
+
+static inline Scratch takeScratch(uint32_t width, uint32_t height) {
+    const size_t pixels = static_cast<size_t>(width) * height;
+    uint8_t* smooth = static_cast<uint8_t*>(obxGetScratchBufferUnaligned_(2 * width));
+    OMBRIX_ASSERT(smooth);
+    uint8_t* dir = static_cast<uint8_t*>(obxGetScratchBufferUnaligned_(static_cast<uint32_t>(pixels)));
+    OMBRIX_ASSERT(dir);
+    void* mag = obxGetScratchBufferUnaligned_(static_cast<uint32_t>(pixels * sizeof(int32_t)));
+    OMBRIX_ASSERT(mag);
+    return {smooth, dir, mag};
+}
+
+static inline void releaseScratch(const Scratch& scratch) {
+    obxReleaseScratchBuffer_(scratch.mag);
+    obxReleaseScratchBuffer_(scratch.dir);
+    obxReleaseScratchBuffer_(scratch.smooth);
+}
 
 // The 3x3 binomial smoothing (1 2 1 by 1 2 1, >> 4, truncating) of column x
 // of the source rows rows[0 .. 2].
