@@ -13,8 +13,6 @@
 #include <utility>
 #include <vector>
 
-// The detector's shared helpers name their module in assertions.
-#define OBX_MODULE "tests/ombrixCannyTest"
 #include "ombrixCannyScalar.h"
 #include "ombrixKernels.h"
 #include "ombrixTestSupport.h"

@@ -20,7 +20,6 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#include "ombrixAssert.h"
 #include "ombrixBlurScalar.h"
 #include "ombrixKernels.h"
 
@@ -36,32 +35,6 @@ constexpr int kTraceDepth = 5;
 
 // Pixels handled per image side: columns and rows 2 .. size - 3.
 constexpr uint32_t kMargin = 2;
-
-// Working memory from the unaligned scratch slot: two smoothed rows, the
-// flags and the magnitudes (sized for one int32_t a pixel). A missing
-// buffer ends the process through the assertion naming it.
-struct Scratch {
-    uint8_t* smooth;
-    uint8_t* dir;
-    void* mag;
-};
-
-static inline Scratch takeScratch(uint32_t width, uint32_t height) {
-    const size_t pixels = static_cast<size_t>(width) * height;
-    uint8_t* smooth = static_cast<uint8_t*>(obxGetScratchBufferUnaligned_(2 * width));
-    OMBRIX_ASSERT(smooth);
-    uint8_t* dir = static_cast<uint8_t*>(obxGetScratchBufferUnaligned_(static_cast<uint32_t>(pixels)));
-    OMBRIX_ASSERT(dir);
-    void* mag = obxGetScratchBufferUnaligned_(static_cast<uint32_t>(pixels * sizeof(int32_t)));
-    OMBRIX_ASSERT(mag);
-    return {smooth, dir, mag};
-}
-
-static inline void releaseScratch(const Scratch& scratch) {
-    obxReleaseScratchBuffer_(scratch.mag);
-    obxReleaseScratchBuffer_(scratch.dir);
-    obxReleaseScratchBuffer_(scratch.smooth);
-}
 
 // The 3x3 binomial smoothing (1 2 1 by 1 2 1, >> 4, truncating) of column x
 // of the source rows rows[0 .. 2].
@@ -150,10 +123,12 @@ static inline bool canExtend(uint8_t flags) {
 
 // Marks the seed at (x, y) and follows its edge with the step fixed by the
 // seed's code, keeping at most kTraceDepth pixels pending (the seed
-// included). Each current pixel q examines q + step, then, unless the stack
-// is full, q - step; accepted pixels are marked and pushed. The next q is
-// the pixel popped from the top; the trace ends when the pop empties the
-// stack. With a full stack a branch is left unexplored.
+// included). Each current pixel q examines q + step, then q - step;
+// accepted pixels are marked and pushed, and a candidate that finds the
+// stack full is neither. The next q is the pixel popped from the top; the
+// trace ends when the pop empties the stack. Since the step never changes
+// and the pixel a trace came from is already marked, a trace runs along one
+// line and holds at most three pixels: the bound guards the stack.
 static inline void traceEdge(const uint8_t* flags, uint32_t width, uint8_t* dst, uint32_t dstStride, uint32_t x,
                              uint32_t y) {
     struct Pixel {
@@ -169,13 +144,13 @@ static inline void traceEdge(const uint8_t* flags, uint32_t width, uint8_t* dst,
     stack[depth++] = seed;
     Pixel q = seed;
     auto examine = [&](Pixel c) {
-        if (c.at == seed.at || dst[c.out] == kEdge || !canExtend(flags[c.at])) return;
+        if (depth == kTraceDepth || c.at == seed.at || dst[c.out] == kEdge || !canExtend(flags[c.at])) return;
         dst[c.out] = kEdge;
         stack[depth++] = c;
     };
     for (;;) {
         examine({q.at + step.at, q.out + step.out});
-        if (depth < kTraceDepth) examine({q.at - step.at, q.out - step.out});
+        examine({q.at - step.at, q.out - step.out});
         q = stack[--depth];
         if (depth == 0) return;
     }

@@ -63,9 +63,14 @@ void obxFilterCanny3x3u8C(const uint8_t* srcImg, uint32_t width, uint32_t height
                           uint8_t* dstImg, uint32_t dstStride, int32_t low, int32_t high) {
     OMBRIX_ASSERT(srcImg && width && height && (srcStride >= width) && dstImg && (dstStride >= width) && (low <= high) && width > 2 && height > 2);
     const size_t pixels = static_cast<size_t>(width) * height;
-    const Scratch scratch = takeScratch(width, height);
-    uint8_t* dir = scratch.dir;
-    int32_t* mag = static_cast<int32_t*>(scratch.mag);
+    // Working memory from the unaligned scratch slot; a missing buffer ends
+    // the process through the assertion naming it.
+    uint8_t* smooth = static_cast<uint8_t*>(obxGetScratchBufferUnaligned_(2 * width));
+    OMBRIX_ASSERT(smooth);
+    uint8_t* dir = static_cast<uint8_t*>(obxGetScratchBufferUnaligned_(static_cast<uint32_t>(pixels)));
+    OMBRIX_ASSERT(dir);
+    int32_t* mag = static_cast<int32_t*>(obxGetScratchBufferUnaligned_(static_cast<uint32_t>(pixels * sizeof(int32_t))));
+    OMBRIX_ASSERT(mag);
 
     // One plain clear of width * height bytes: with dstStride > width the
     // later rows are only partly cleared.
@@ -73,7 +78,7 @@ void obxFilterCanny3x3u8C(const uint8_t* srcImg, uint32_t width, uint32_t height
     memset(dir, 0, pixels);
     memset(mag, 0, pixels * sizeof(int32_t));
 
-    const int32_t maxMag = gradients(srcImg, width, height, srcStride, scratch.smooth, dir, mag);
+    const int32_t maxMag = gradients(srcImg, width, height, srcStride, smooth, dir, mag);
     const int32_t lowT = magnitudeThreshold(low, maxMag), highT = magnitudeThreshold(high, maxMag);
 
     for (uint32_t y = kMargin; y + kMargin < height; ++y) {
@@ -85,7 +90,9 @@ void obxFilterCanny3x3u8C(const uint8_t* srcImg, uint32_t width, uint32_t height
     }
     for (uint32_t y = kMargin; y + kMargin < height; ++y) traceSeedsOfRow(dir, width, dstImg, dstStride, y, kMargin, width - kMargin);
 
-    releaseScratch(scratch);
+    obxReleaseScratchBuffer_(mag);
+    obxReleaseScratchBuffer_(dir);
+    obxReleaseScratchBuffer_(smooth);
 }
 
 }  // extern "C"

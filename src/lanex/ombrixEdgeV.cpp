@@ -268,16 +268,22 @@ void obxFilterCanny3x3u8V(const uint8_t* srcImg, uint32_t width, uint32_t height
                           uint8_t* dstImg, uint32_t dstStride, int32_t low, int32_t high) {
     OMBRIX_ASSERT(srcImg && width && height && (srcStride >= width) && dstImg && (dstStride >= width) && (low <= high) && width > 2 && height > 2);
     const size_t pixels = static_cast<size_t>(width) * height;
-    const Scratch scratch = takeScratch(width, height);
-    uint8_t* dir = scratch.dir;
-    // Sized for one int32_t a pixel; the magnitudes here take u16.
-    uint16_t* mag = static_cast<uint16_t*>(scratch.mag);
+    // Working memory from the unaligned scratch slot; a missing buffer ends
+    // the process through the assertion naming it.
+    uint8_t* smooth = static_cast<uint8_t*>(obxGetScratchBufferUnaligned_(2 * width));
+    OMBRIX_ASSERT(smooth);
+    uint8_t* dir = static_cast<uint8_t*>(obxGetScratchBufferUnaligned_(static_cast<uint32_t>(pixels)));
+    OMBRIX_ASSERT(dir);
+    // Requested at the reference's size, one int32_t a pixel; the
+    // magnitudes here fit in u16.
+    uint16_t* mag = static_cast<uint16_t*>(obxGetScratchBufferUnaligned_(static_cast<uint32_t>(pixels * sizeof(int32_t))));
+    OMBRIX_ASSERT(mag);
 
     // One plain clear of width * height bytes, as the reference does.
     memset(dstImg, 0, pixels);
     clearRing(dir, mag, width, height);
 
-    const int32_t maxMag = gradientsAndPeaks(srcImg, width, height, srcStride, scratch.smooth, dir, mag);
+    const int32_t maxMag = gradientsAndPeaks(srcImg, width, height, srcStride, smooth, dir, mag);
     const int32_t lowT = magnitudeThreshold(low, maxMag), highT = magnitudeThreshold(high, maxMag);
 
     // Thresholds above every magnitude (<= 32768) stay above them at 65535.
@@ -297,7 +303,9 @@ void obxFilterCanny3x3u8V(const uint8_t* srcImg, uint32_t width, uint32_t height
     }
     for (uint32_t y = kMargin; y + kMargin < height; ++y) traceRow(dir, width, dstImg, dstStride, y);
 
-    releaseScratch(scratch);
+    obxReleaseScratchBuffer_(mag);
+    obxReleaseScratchBuffer_(dir);
+    obxReleaseScratchBuffer_(smooth);
 }
 
 }  // extern "C"
