@@ -1,13 +1,14 @@
 // ---- Gradients and the Sobel edge filter --------------------------------------
 //
-// Vector central-difference, Sobel and Scharr derivatives. Eight pixels of an
-// 8-bit image at a time: the differences are formed in 16-bit lanes, where
+// Vector central-difference, Sobel and Scharr derivatives. Sixteen pixels of
+// an 8-bit image at a time: the differences are formed in 16-bit lanes, where
 // every derivative is exact (Scharr reaches +-4080), then scaled, converted
 // and stored; a float image goes four pixels at a time. The last group of a
 // row is moved back to end at the last interior pixel and rewrites a few
 // results with the same values; rows with fewer interior pixels than a group
 // take the scalar row of the references.
 #include "ombrixAssert.h"
+#include "ombrixBlurLanes.h"
 #include "ombrixEdgeScalar.h"
 #include "ombrixKernels.h"
 #include "ombrixNeon.h"
@@ -15,6 +16,9 @@
 namespace {
 
 using namespace ombrix_edge;
+using ombrix_blur::narrowU16;
+using ombrix_blur::widenS16;
+using ombrix_blur::widenU8;
 
 // The source rows above, at and below one output row.
 template <typename Pixel>
@@ -28,21 +32,21 @@ inline Rows<Pixel> rowsAround(const Pixel* src, size_t srcStride, uint32_t y) {
     return {centre - srcStride, centre, centre + srcStride};
 }
 
-// Runs block(x) on output columns x .. x + N - 1 over the interior columns
-// 1 .. width - 2, the last group ending at width - 2; narrower rows go to
-// narrow(1, width - 1). Blocks read columns x - 1 .. x + N, all in the row.
-template <uint32_t N, typename Block, typename Narrow>
-inline void sweepInterior(uint32_t width, const Block& block, const Narrow& narrow) {
-    const uint32_t end = width - 1;
-    if (end - 1 < N) {
-        narrow(1, end);
-        return;
-    }
-    uint32_t x = 1;
-    for (; x + N <= end; x += N) block(x);
-    if (x < end) block(end - N);
+// Runs block(i) over [0, count) in steps of N, the last step moved back to
+// end at count (it rewrites equal values); count must be at least N.
+template <uint32_t N, typename Block>
+inline void forEachStep(uint32_t count, const Block& block) {
+    uint32_t i = 0;
+    for (; i + N <= count; i += N) block(i);
+    if (i < count) block(count - N);
 }
 
+// dx and dy of sixteen pixels, as low and high halves.
+struct Gradients16 {
+    int16x8_t dx[2], dy[2];
+};
+
+// a - b of u16 lanes read back as signed: every difference here is exact.
 inline int16x8_t signedDifference(uint16x8_t a, uint16x8_t b) { return vreinterpretq_s16_u16(vsubq_u16(a, b)); }
 
 // outer * o + centre * c with the kernel's smoothing weights.
@@ -52,22 +56,77 @@ inline int16x8_t weighted(int16x8_t outer, int16x8_t centre) {
     else return vmlaq_n_s16(vmulq_n_s16(outer, Smoothing<K>::outer), centre, Smoothing<K>::centre);
 }
 
-// dx and dy of pixels x .. x + 7 of the centre row. The differences wrap in
-// u16 lanes and read back as the exact signed values.
+// Central differences of pixels x .. x + 15 of the centre row.
+inline Gradients16 centralDifferences(const Rows<uint8_t>& r, uint32_t x) {
+    const uint16x8x2_t left = widenU8(vld1q_u8(r.centre + x - 1)), right = widenU8(vld1q_u8(r.centre + x + 1));
+    const uint16x8x2_t above = widenU8(vld1q_u8(r.above + x)), below = widenU8(vld1q_u8(r.below + x));
+    Gradients16 g;
+    for (int h = 0; h < 2; ++h) {
+        g.dx[h] = signedDifference(right.val[h], left.val[h]);
+        g.dy[h] = signedDifference(below.val[h], above.val[h]);
+    }
+    return g;
+}
+
+// The 3x3 kernels are separable: with, per column, the vertical smoothing
+// V = outer * above + centre * at + outer * below (at most 4080) and the
+// vertical difference D = below - above,
+//   dx(x) = V(x+1) - V(x-1),  dy(x) = outer * D(x-1) + centre * D(x) + outer * D(x+1).
+// Both column terms are formed once per column, sixteen columns at a time.
 template <Kernel K>
-inline void derive8(const Rows<uint8_t>& r, uint32_t x, int16x8_t& dx, int16x8_t& dy) {
+inline void columnTerms(const Rows<uint8_t>& r, uint32_t column, int16_t* smoothed, int16_t* differences) {
+    const uint16x8x2_t above = widenU8(vld1q_u8(r.above + column)), at = widenU8(vld1q_u8(r.centre + column));
+    const uint16x8x2_t below = widenU8(vld1q_u8(r.below + column));
+    for (int h = 0; h < 2; ++h) {
+        const int16x8_t outer = vreinterpretq_s16_u16(vaddq_u16(above.val[h], below.val[h]));
+        vst1q_s16(smoothed + 8 * h, weighted<K>(outer, vreinterpretq_s16_u16(at.val[h])));
+        vst1q_s16(differences + 8 * h, signedDifference(below.val[h], above.val[h]));
+    }
+}
+
+// dx and dy of sixteen pixels from the column terms of their left neighbours on.
+template <Kernel K>
+inline Gradients16 combineColumns(const int16_t* smoothed, const int16_t* differences) {
+    Gradients16 g;
+    for (int h = 0; h < 2; ++h) {
+        const int16_t* v = smoothed + 8 * h;
+        const int16_t* d = differences + 8 * h;
+        g.dx[h] = vsubq_s16(vld1q_s16(v + 2), vld1q_s16(v));
+        g.dy[h] = weighted<K>(vaddq_s16(vld1q_s16(d), vld1q_s16(d + 2)), vld1q_s16(d + 1));
+    }
+    return g;
+}
+
+// Hands the derivatives of the interior pixels of one row to store(x, g),
+// sixteen pixels from x on at a time; rows with fewer interior pixels go to
+// narrow(1, width - 1). Sobel and Scharr rows go in chunks whose column
+// terms are kept on the stack.
+template <Kernel K, typename Store, typename Narrow>
+void deriveRow(Rows<uint8_t> r, uint32_t width, const Store& store, const Narrow& narrow) {
+    const uint32_t interior = width - 2;
+    if (interior < 16) {
+        narrow(1, width - 1);
+        return;
+    }
     if constexpr (K == Kernel::Central) {
-        dx = vreinterpretq_s16_u16(vsubl_u8(vld1_u8(r.centre + x + 1), vld1_u8(r.centre + x - 1)));
-        dy = vreinterpretq_s16_u16(vsubl_u8(vld1_u8(r.below + x), vld1_u8(r.above + x)));
+        forEachStep<16>(interior, [&](uint32_t i) { store(1 + i, centralDifferences(r, 1 + i)); });
     } else {
-        const uint8x8_t al = vld1_u8(r.above + x - 1), a0 = vld1_u8(r.above + x), ar = vld1_u8(r.above + x + 1);
-        const uint8x8_t bl = vld1_u8(r.below + x - 1), b0 = vld1_u8(r.below + x), br = vld1_u8(r.below + x + 1);
-        const uint8x8_t cl = vld1_u8(r.centre + x - 1), cr = vld1_u8(r.centre + x + 1);
-        // dx: right column minus left column; dy: row below minus row above.
-        dx = weighted<K>(signedDifference(vaddl_u8(ar, br), vaddl_u8(al, bl)),
-                         vreinterpretq_s16_u16(vsubl_u8(cr, cl)));
-        dy = weighted<K>(signedDifference(vaddl_u8(bl, br), vaddl_u8(al, ar)),
-                         vreinterpretq_s16_u16(vsubl_u8(b0, a0)));
+        constexpr uint32_t kChunk = 256;
+        int16_t smoothed[kChunk + 2], differences[kChunk + 2];
+        for (uint32_t start = 0; start < interior; start += kChunk) {
+            uint32_t count = interior - start < kChunk ? interior - start : kChunk;
+            if (count < 16) {  // a short last chunk moves back to a full step
+                start = interior - 16;
+                count = 16;
+            }
+            // Pixel 1 + start + j uses the column terms of columns start + j .. start + j + 2.
+            forEachStep<16>(count + 2, [&](uint32_t i) {
+                columnTerms<K>(r, start + i, smoothed + i, differences + i);
+            });
+            forEachStep<16>(count, [&](uint32_t j) {
+                store(1 + start + j, combineColumns<K>(smoothed + j, differences + j));
+            });
+        }
     }
 }
 
@@ -77,45 +136,73 @@ inline int16x8_t scaledS16(int16x8_t d) {
     else return d;
 }
 
+// Eight derivatives as float, low four first.
 template <Scale S>
-inline float32x4_t scaledF32(int16x4_t d) {
-    const float32x4_t f = vcvtq_f32_s32(vmovl_s16(d));
-    if constexpr (S == Scale::Eighth) return vmulq_n_f32(f, 0.125f);
-    else return f;
+inline float32x4x2_t scaledF32(int16x8_t d) {
+    const int32x4x2_t wide = widenS16(d);
+    float32x4x2_t f = {{vcvtq_f32_s32(wide.val[0]), vcvtq_f32_s32(wide.val[1])}};
+    if constexpr (S == Scale::Eighth) {
+        f.val[0] = vmulq_n_f32(f.val[0], 0.125f);
+        f.val[1] = vmulq_n_f32(f.val[1], 0.125f);
+    }
+    return f;
 }
 
-// Eight (dx, dy) pairs from `pairs` on.
+// Sixteen (dx, dy) pairs from `pairs` on.
 template <Scale S>
-inline void storePairs(int16_t* pairs, int16x8_t dx, int16x8_t dy) {
-    const int16x8x2_t both = {{scaledS16<S>(dx), scaledS16<S>(dy)}};
-    vst2q_s16(pairs, both);
+inline void storePairs(int16_t* pairs, const Gradients16& g) {
+    for (int h = 0; h < 2; ++h) {
+        const int16x8x2_t both = {{scaledS16<S>(g.dx[h]), scaledS16<S>(g.dy[h])}};
+        vst2q_s16(pairs + 16 * h, both);
+    }
 }
 template <Scale S>
-inline void storePairs(float* pairs, int16x8_t dx, int16x8_t dy) {
-    const float32x4x2_t low = {{scaledF32<S>(vget_low_s16(dx)), scaledF32<S>(vget_low_s16(dy))}};
-    const float32x4x2_t high = {{scaledF32<S>(vget_high_s16(dx)), scaledF32<S>(vget_high_s16(dy))}};
-    vst2q_f32(pairs, low);
-    vst2q_f32(pairs + 8, high);
+inline void storePairs(float* pairs, const Gradients16& g) {
+    for (int h = 0; h < 2; ++h) {
+        const float32x4x2_t dx = scaledF32<S>(g.dx[h]), dy = scaledF32<S>(g.dy[h]);
+        for (int q = 0; q < 2; ++q) {
+            const float32x4x2_t both = {{dx.val[q], dy.val[q]}};
+            vst2q_f32(pairs + 16 * h + 8 * q, both);
+        }
+    }
 }
 
-// Eight results into each plane.
+// Sixteen results into each plane.
 template <Scale S>
-inline void storePlanes(int16_t* dxOut, int16_t* dyOut, int16x8_t dx, int16x8_t dy) {
-    vst1q_s16(dxOut, scaledS16<S>(dx));
-    vst1q_s16(dyOut, scaledS16<S>(dy));
+inline void storePlanes(int16_t* dxOut, int16_t* dyOut, const Gradients16& g) {
+    for (int h = 0; h < 2; ++h) {
+        vst1q_s16(dxOut + 8 * h, scaledS16<S>(g.dx[h]));
+        vst1q_s16(dyOut + 8 * h, scaledS16<S>(g.dy[h]));
+    }
 }
 template <Scale S>
-inline void storePlanes(int8_t* dxOut, int8_t* dyOut, int16x8_t dx, int16x8_t dy) {
+inline void storePlanes(int8_t* dxOut, int8_t* dyOut, const Gradients16& g) {
     static_assert(S == Scale::Shift3, "only the shifted Sobel fits 8 bits");
-    vst1_s8(dxOut, vshrn_n_s16(dx, 3));
-    vst1_s8(dyOut, vshrn_n_s16(dy, 3));
+    // +-1020 >> 3 fits s8: keeping the low byte of each lane is exact.
+    auto narrow = [](const int16x8_t* d) {
+        return vreinterpretq_s8_u8(narrowU16(vreinterpretq_u16_s16(vshrq_n_s16(d[0], 3)),
+                                             vreinterpretq_u16_s16(vshrq_n_s16(d[1], 3))));
+    };
+    vst1q_s8(dxOut, narrow(g.dx));
+    vst1q_s8(dyOut, narrow(g.dy));
 }
 template <Scale S>
-inline void storePlanes(float* dxOut, float* dyOut, int16x8_t dx, int16x8_t dy) {
-    vst1q_f32(dxOut, scaledF32<S>(vget_low_s16(dx)));
-    vst1q_f32(dxOut + 4, scaledF32<S>(vget_high_s16(dx)));
-    vst1q_f32(dyOut, scaledF32<S>(vget_low_s16(dy)));
-    vst1q_f32(dyOut + 4, scaledF32<S>(vget_high_s16(dy)));
+inline void storePlanes(float* dxOut, float* dyOut, const Gradients16& g) {
+    for (int h = 0; h < 2; ++h) {
+        const float32x4x2_t dx = scaledF32<S>(g.dx[h]), dy = scaledF32<S>(g.dy[h]);
+        for (int q = 0; q < 2; ++q) {
+            vst1q_f32(dxOut + 8 * h + 4 * q, dx.val[q]);
+            vst1q_f32(dyOut + 8 * h + 4 * q, dy.val[q]);
+        }
+    }
+}
+
+// min(|dx| + |dy|, 255) of sixteen pixels; the sum is at most 2040.
+inline uint8x16_t magnitudes(const Gradients16& g) {
+    uint16x8_t m[2];
+    for (int h = 0; h < 2; ++h)
+        m[h] = vreinterpretq_u16_s16(vminq_s16(vaddq_s16(vabsq_s16(g.dx[h]), vabsq_s16(g.dy[h])), vdupq_n_s16(255)));
+    return narrowU16(m[0], m[1]);
 }
 
 template <Kernel K, Scale S, typename Out>
@@ -126,13 +213,8 @@ void interleavedGradients(const uint8_t* src, uint32_t width, uint32_t height, u
     for (uint32_t y = 1; y + 1 < height; ++y) {
         const Rows<uint8_t> r = rowsAround(src, srcStride, y);
         Out* pairs = rowAt(gradients, outStride, y - 1);
-        sweepInterior<8>(
-            width,
-            [&](uint32_t x) {
-                int16x8_t dx, dy;
-                derive8<K>(r, x, dx, dy);
-                storePairs<S>(pairs + 2 * (x - 1), dx, dy);
-            },
+        deriveRow<K>(
+            r, width, [pairs](uint32_t x, const Gradients16& g) { storePairs<S>(pairs + 2 * (x - 1), g); },
             [&](uint32_t first, uint32_t end) {
                 gradientRow<K, S>(r.above, r.centre, r.below, first, end, pairs, pairs + 1, 2);
             });
@@ -148,13 +230,8 @@ void planarGradients(const uint8_t* src, uint32_t width, uint32_t height, uint32
         const Rows<uint8_t> r = rowsAround(src, srcStride, y);
         Out* dxRow = rowAt(dx, outStride, y);
         Out* dyRow = rowAt(dy, outStride, y);
-        sweepInterior<8>(
-            width,
-            [&](uint32_t x) {
-                int16x8_t gx, gy;
-                derive8<K>(r, x, gx, gy);
-                storePlanes<S>(dxRow + x, dyRow + x, gx, gy);
-            },
+        deriveRow<K>(
+            r, width, [dxRow, dyRow](uint32_t x, const Gradients16& g) { storePlanes<S>(dxRow + x, dyRow + x, g); },
             [&](uint32_t first, uint32_t end) {
                 gradientRow<K, S>(r.above, r.centre, r.below, first, end, dxRow + first, dyRow + first, 1);
             });
@@ -167,14 +244,8 @@ void sobelMagnitude(const uint8_t* src, uint32_t width, uint32_t height, uint32_
     for (uint32_t y = 1; y + 1 < height; ++y) {
         const Rows<uint8_t> r = rowsAround(src, srcStride, y);
         uint8_t* out = rowAt(dst, dstStride, y);
-        sweepInterior<8>(
-            width,
-            [&](uint32_t x) {
-                int16x8_t dx, dy;
-                derive8<Kernel::Sobel>(r, x, dx, dy);
-                // |dx| + |dy| <= 2040 fits s16; the narrowing saturates at 255.
-                vst1_u8(out + x, vqmovun_s16(vaddq_s16(vabsq_s16(dx), vabsq_s16(dy))));
-            },
+        deriveRow<Kernel::Sobel>(
+            r, width, [out](uint32_t x, const Gradients16& g) { vst1q_u8(out + x, magnitudes(g)); },
             [&](uint32_t first, uint32_t end) { sobelMagnitudeRow(r.above, r.centre, r.below, first, end, out); });
     }
 }
@@ -192,22 +263,22 @@ void sobelPlanarFloat(const float* src, uint32_t width, uint32_t height, size_t 
         const Rows<float> r = rowsAround(src, srcStride, y);
         float* dxRow = rowAt(dx, outStride, y);
         float* dyRow = rowAt(dy, outStride, y);
-        sweepInterior<4>(
-            width,
-            [&](uint32_t x) {
-                const float32x4_t al = vld1q_f32(r.above + x - 1), a0 = vld1q_f32(r.above + x);
-                const float32x4_t ar = vld1q_f32(r.above + x + 1), bl = vld1q_f32(r.below + x - 1);
-                const float32x4_t b0 = vld1q_f32(r.below + x), br = vld1q_f32(r.below + x + 1);
-                const float32x4_t cl = vld1q_f32(r.centre + x - 1), cr = vld1q_f32(r.centre + x + 1);
-                const float32x4_t gx = vsubq_f32(smoothF32(ar, cr, br), smoothF32(al, cl, bl));
-                const float32x4_t gy = vsubq_f32(smoothF32(bl, b0, br), smoothF32(al, a0, ar));
-                vst1q_f32(dxRow + x, vmulq_n_f32(gx, 0.125f));
-                vst1q_f32(dyRow + x, vmulq_n_f32(gy, 0.125f));
-            },
-            [&](uint32_t first, uint32_t end) {
-                gradientRow<Kernel::Sobel, Scale::Eighth>(r.above, r.centre, r.below, first, end, dxRow + first,
-                                                          dyRow + first, 1);
-            });
+        if (width - 2 < 4) {
+            gradientRow<Kernel::Sobel, Scale::Eighth>(r.above, r.centre, r.below, 1, width - 1, dxRow + 1, dyRow + 1,
+                                                      1);
+            continue;
+        }
+        forEachStep<4>(width - 2, [&](uint32_t i) {
+            const uint32_t x = 1 + i;
+            const float32x4_t al = vld1q_f32(r.above + x - 1), a0 = vld1q_f32(r.above + x);
+            const float32x4_t ar = vld1q_f32(r.above + x + 1), bl = vld1q_f32(r.below + x - 1);
+            const float32x4_t b0 = vld1q_f32(r.below + x), br = vld1q_f32(r.below + x + 1);
+            const float32x4_t cl = vld1q_f32(r.centre + x - 1), cr = vld1q_f32(r.centre + x + 1);
+            const float32x4_t gx = vsubq_f32(smoothF32(ar, cr, br), smoothF32(al, cl, bl));
+            const float32x4_t gy = vsubq_f32(smoothF32(bl, b0, br), smoothF32(al, a0, ar));
+            vst1q_f32(dxRow + x, vmulq_n_f32(gx, 0.125f));
+            vst1q_f32(dyRow + x, vmulq_n_f32(gy, 0.125f));
+        });
     }
 }
 
