@@ -317,8 +317,14 @@ TEST_P(Edge, VectorMatchesReference) {
     const EdgeOp& op = GetParam();
     const uint32_t minWidth = op.layout == Layout::Interleaved ? 2 : 1;
     std::mt19937 rng(1234);
+    std::vector<ombrix_test::ImageGeometry> shapes = ombrix_test::comparisonGeometries(minWidth, 1, 99, 60);
+    // Rows split into chunks of 256 interior pixels: exact multiples, and
+    // short last chunks on either side of one vector step.
+    for (uint32_t w : {17u, 18u, 19u, 257u, 258u, 259u, 260u, 272u, 273u, 274u, 275u, 514u, 531u})
+        shapes.push_back({w, 4, static_cast<uint32_t>(rng() % 5), static_cast<uint32_t>(rng() % 5), rng() % 16,
+                          rng() % 16});
     int index = 0;
-    for (const ombrix_test::ImageGeometry& g : ombrix_test::comparisonGeometries(minWidth, 1, 99, 60)) {
+    for (const ombrix_test::ImageGeometry& g : shapes) {
         SCOPED_TRACE(::testing::Message() << g);
         Source src(g.width, g.height, g.srcPadding, g.srcOffset, op.floatSource);
         fillRandom(src, rng, index++ % 2);
