@@ -16,6 +16,7 @@
 namespace {
 
 using namespace ombrix_edge;
+using ombrix_blur::addWideU8;
 using ombrix_blur::narrowU16;
 using ombrix_blur::widenS16;
 using ombrix_blur::widenU8;
@@ -49,6 +50,18 @@ struct Gradients16 {
 // a - b of u16 lanes read back as signed: every difference here is exact.
 inline int16x8_t signedDifference(uint16x8_t a, uint16x8_t b) { return vreinterpretq_s16_u16(vsubq_u16(a, b)); }
 
+// a - b of sixteen u8 lanes as signed 16-bit halves: one widening subtract
+// per half on ARM, widen-then-subtract on hosts (see ombrixBlurLanes.h).
+inline int16x8x2_t subtractWideU8(uint8x16_t a, uint8x16_t b) {
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+    return {{vreinterpretq_s16_u16(vsubl_u8(vget_low_u8(a), vget_low_u8(b))),
+             vreinterpretq_s16_u16(vsubl_u8(vget_high_u8(a), vget_high_u8(b)))}};
+#else
+    const uint16x8x2_t wa = widenU8(a), wb = widenU8(b);
+    return {{signedDifference(wa.val[0], wb.val[0]), signedDifference(wa.val[1], wb.val[1])}};
+#endif
+}
+
 // outer * o + centre * c with the kernel's smoothing weights.
 template <Kernel K>
 inline int16x8_t weighted(int16x8_t outer, int16x8_t centre) {
@@ -58,14 +71,9 @@ inline int16x8_t weighted(int16x8_t outer, int16x8_t centre) {
 
 // Central differences of pixels x .. x + 15 of the centre row.
 inline Gradients16 centralDifferences(const Rows<uint8_t>& r, uint32_t x) {
-    const uint16x8x2_t left = widenU8(vld1q_u8(r.centre + x - 1)), right = widenU8(vld1q_u8(r.centre + x + 1));
-    const uint16x8x2_t above = widenU8(vld1q_u8(r.above + x)), below = widenU8(vld1q_u8(r.below + x));
-    Gradients16 g;
-    for (int h = 0; h < 2; ++h) {
-        g.dx[h] = signedDifference(right.val[h], left.val[h]);
-        g.dy[h] = signedDifference(below.val[h], above.val[h]);
-    }
-    return g;
+    const int16x8x2_t dx = subtractWideU8(vld1q_u8(r.centre + x + 1), vld1q_u8(r.centre + x - 1));
+    const int16x8x2_t dy = subtractWideU8(vld1q_u8(r.below + x), vld1q_u8(r.above + x));
+    return {{dx.val[0], dx.val[1]}, {dy.val[0], dy.val[1]}};
 }
 
 // The 3x3 kernels are separable: with, per column, the vertical smoothing
@@ -75,12 +83,13 @@ inline Gradients16 centralDifferences(const Rows<uint8_t>& r, uint32_t x) {
 // Both column terms are formed once per column, sixteen columns at a time.
 template <Kernel K>
 inline void columnTerms(const Rows<uint8_t>& r, uint32_t column, int16_t* smoothed, int16_t* differences) {
-    const uint16x8x2_t above = widenU8(vld1q_u8(r.above + column)), at = widenU8(vld1q_u8(r.centre + column));
-    const uint16x8x2_t below = widenU8(vld1q_u8(r.below + column));
+    const uint8x16_t above = vld1q_u8(r.above + column), below = vld1q_u8(r.below + column);
+    const uint16x8x2_t outer = addWideU8(above, below), at = widenU8(vld1q_u8(r.centre + column));
+    const int16x8x2_t difference = subtractWideU8(below, above);
     for (int h = 0; h < 2; ++h) {
-        const int16x8_t outer = vreinterpretq_s16_u16(vaddq_u16(above.val[h], below.val[h]));
-        vst1q_s16(smoothed + 8 * h, weighted<K>(outer, vreinterpretq_s16_u16(at.val[h])));
-        vst1q_s16(differences + 8 * h, signedDifference(below.val[h], above.val[h]));
+        vst1q_s16(smoothed + 8 * h,
+                  weighted<K>(vreinterpretq_s16_u16(outer.val[h]), vreinterpretq_s16_u16(at.val[h])));
+        vst1q_s16(differences + 8 * h, difference.val[h]);
     }
 }
 
