@@ -3,10 +3,13 @@
 // Vector central-difference, Sobel and Scharr derivatives. Sixteen pixels of
 // an 8-bit image at a time: the differences are formed in 16-bit lanes, where
 // every derivative is exact (Scharr reaches +-4080), then scaled, converted
-// and stored; a float image goes four pixels at a time. The last group of a
-// row is moved back to end at the last interior pixel and rewrites a few
-// results with the same values; rows with fewer interior pixels than a group
-// take the scalar row of the references.
+// and stored. Sobel and Scharr first form two terms per column (a vertical
+// smoothing and a vertical difference) and combine neighbouring columns, so
+// each source pixel is widened once. A float image goes four pixels at a
+// time, added in the reference's order. The last group of a row is moved
+// back to end at the last interior pixel and rewrites a few results with the
+// same values; rows with fewer interior pixels than a group take the scalar
+// row of the references.
 #include "ombrixAssert.h"
 #include "ombrixBlurLanes.h"
 #include "ombrixEdgeScalar.h"
