@@ -237,7 +237,94 @@ typedef obxAdaptiveThresholdu8_fn obxAdaptiveThresholdMean11x11u8_fn;
 OBX_DECLARE_OPERATION(obxAdaptiveThresholdMean11x11u8)
 OBX_API obxAdaptiveThresholdu8_fn obxAdaptiveThresholdMean11x11u8C;
 
-/* ---- Gradients, Sobel and Canny ---- */
+/* ---- Gradients, Sobel and Canny ------------------------------------------------ */
+
+/* Derivatives of the interior pixels (1 <= x <= srcWidth - 2, 1 <= y <=
+ * srcHeight - 2) of an 8-bit image: central differences dx = p(x+1, y) -
+ * p(x-1, y), dy = p(x, y+1) - p(x, y-1); 3x3 Sobel (1 2 1 smoothing across
+ * the difference, within +-1020); 3x3 Scharr (3 10 3, within +-4080). Scaled
+ * forms shift right by 3 (arithmetic) or, in float, multiply by 0.125.
+ * Interleaved outputs hold (dx, dy) pairs packed from their first row and
+ * column: pixel (x, y) at row y - 1, pair x - 1. Planar outputs hold each
+ * derivative at its pixel's own position and leave the outer rows and
+ * columns unwritten. Images narrower or lower than 3 write nothing. All
+ * strides are in bytes. */
+typedef void obxGradientInterleaveds16_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                          uint32_t srcStride, int16_t* gradients, uint32_t gradStride);
+typedef void obxGradientInterleavedf32_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                          uint32_t srcStride, float32_t* gradients, uint32_t gradStride);
+typedef void obxGradientPlanars16_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                     int16_t* dx, int16_t* dy, uint32_t dxyStride);
+typedef void obxGradientPlanars8_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                    int8_t* dx, int8_t* dy, uint32_t dxyStride);
+typedef void obxGradientPlanarf32_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                     float32_t* dx, float32_t* dy, uint32_t dxyStride);
+
+/* min(|dx| + |dy|, 255) of the Sobel derivatives at each interior pixel's
+ * own position; the outer rows and columns of dst are not written. */
+typedef obxNeighbourhoodu8_fn obxFilterSobel3x3u8_v2_fn;
+OBX_DECLARE_OPERATION(obxFilterSobel3x3u8_v2)
+OBX_API obxNeighbourhoodu8_fn obxFilterSobel3x3u8C;
+
+/* Central differences, unscaled. */
+typedef obxGradientInterleaveds16_fn obxImageGradientInterleaveds16_v2_fn;
+OBX_DECLARE_OPERATION(obxImageGradientInterleaveds16_v2)
+OBX_API obxGradientInterleaveds16_fn obxImageGradientInterleaveds16C;
+
+typedef obxGradientPlanars16_fn obxImageGradientPlanars16_v2_fn;
+OBX_DECLARE_OPERATION(obxImageGradientPlanars16_v2)
+OBX_API obxGradientPlanars16_fn obxImageGradientPlanars16C;
+
+typedef obxGradientInterleavedf32_fn obxImageGradientInterleavedf32_v2_fn;
+OBX_DECLARE_OPERATION(obxImageGradientInterleavedf32_v2)
+OBX_API obxGradientInterleavedf32_fn obxImageGradientInterleavedf32C;
+
+typedef obxGradientPlanarf32_fn obxImageGradientPlanarf32_v2_fn;
+OBX_DECLARE_OPERATION(obxImageGradientPlanarf32_v2)
+OBX_API obxGradientPlanarf32_fn obxImageGradientPlanarf32C;
+
+/* Sobel: _v2 integer forms shift right by 3, _v3 forms are unscaled, float
+ * forms multiply by 0.125. */
+typedef obxGradientInterleaveds16_fn obxImageGradientSobelInterleaveds16_v2_fn;
+OBX_DECLARE_OPERATION(obxImageGradientSobelInterleaveds16_v2)
+OBX_API obxGradientInterleaveds16_fn obxImageGradientSobelInterleaveds16C;
+
+typedef obxGradientInterleaveds16_fn obxImageGradientSobelInterleaveds16_v3_fn;
+OBX_DECLARE_OPERATION(obxImageGradientSobelInterleaveds16_v3)
+OBX_API obxGradientInterleaveds16_fn obxImageGradientSobelInterleaveds16_v3C;
+
+typedef obxGradientInterleavedf32_fn obxImageGradientSobelInterleavedf32_v2_fn;
+OBX_DECLARE_OPERATION(obxImageGradientSobelInterleavedf32_v2)
+OBX_API obxGradientInterleavedf32_fn obxImageGradientSobelInterleavedf32C;
+
+typedef obxGradientPlanars16_fn obxImageGradientSobelPlanars16_v2_fn;
+OBX_DECLARE_OPERATION(obxImageGradientSobelPlanars16_v2)
+OBX_API obxGradientPlanars16_fn obxImageGradientSobelPlanars16C;
+
+typedef obxGradientPlanars16_fn obxImageGradientSobelPlanars16_v3_fn;
+OBX_DECLARE_OPERATION(obxImageGradientSobelPlanars16_v3)
+OBX_API obxGradientPlanars16_fn obxImageGradientSobelPlanars16_v3C;
+
+typedef obxGradientPlanars8_fn obxImageGradientSobelPlanars8_v2_fn;
+OBX_DECLARE_OPERATION(obxImageGradientSobelPlanars8_v2)
+OBX_API obxGradientPlanars8_fn obxImageGradientSobelPlanars8C;
+
+typedef obxGradientPlanarf32_fn obxImageGradientSobelPlanarf32_v2_fn;
+OBX_DECLARE_OPERATION(obxImageGradientSobelPlanarf32_v2)
+OBX_API obxGradientPlanarf32_fn obxImageGradientSobelPlanarf32C;
+
+/* Sobel of a float image (srcStride in bytes), computed in float with each
+ * smoothing added left to right, times 0.125. */
+typedef void obxImageGradientSobelPlanarf32f32_v2_fn(const float32_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                                     uint32_t srcStride, float32_t* dx, float32_t* dy,
+                                                     uint32_t dxyStride);
+OBX_DECLARE_OPERATION(obxImageGradientSobelPlanarf32f32_v2)
+OBX_API obxImageGradientSobelPlanarf32f32_v2_fn obxImageGradientSobelPlanarf32f32C;
+
+/* Scharr, unscaled. */
+typedef obxGradientInterleaveds16_fn obxImageGradientScharrInterleaveds16_fn;
+OBX_DECLARE_OPERATION(obxImageGradientScharrInterleaveds16)
+OBX_API obxGradientInterleaveds16_fn obxImageGradientScharrInterleaveds16C;
 
 /* Canny edge detector: 3x3 binomial smoothing, backward differences, squared
  * magnitudes, suppression across the edge and hysteresis with a bounded
