@@ -12,6 +12,7 @@
 // 248/252, where the sum stays far below that case, so the same code is exact
 // for it without a clamp.
 #include "../cpu/ombrixColorRgbRows.h"
+#include "ombrixColorLanes.h"
 #include "ombrixKernels.h"
 #include "ombrixNeon.h"
 
@@ -40,7 +41,7 @@ struct Rgb565Lanes {
 struct Rgb888Lanes {
     using Scalar = Rgb888In;
     static Lanes load(const uint8_t* p) {
-        const uint8x16x3_t v = vld3q_u8(p);
+        const uint8x16x3_t v = ombrix_color_lanes::loadRgb16(p);
         return {v.val[2], v.val[1], v.val[0]};
     }
 };
@@ -118,9 +119,9 @@ static inline uint8x16_t narrowBytes(uint16x8_t lo, uint16x8_t hi) {
 }
 
 static inline uint16x8_t lumaWide(uint16x8_t r, uint16x8_t g, uint16x8_t b) {
-    uint16x8_t sum = vmlaq_n_u16(vdupq_n_u16(128), b, 29);
-    sum = vmlaq_n_u16(sum, g, 150);
-    sum = vmlaq_n_u16(sum, r, 77);
+    uint16x8_t sum = vmlaq_u16(vdupq_n_u16(128), b, multiplierU16(29));
+    sum = vmlaq_u16(sum, g, multiplierU16(150));
+    sum = vmlaq_u16(sum, r, multiplierU16(77));
     return vshrq_n_u16(sum, 8);
 }
 
@@ -128,8 +129,8 @@ static inline uint16x8_t lumaWide(uint16x8_t r, uint16x8_t g, uint16x8_t b) {
 // 255 - channel.
 static inline uint16x8_t chromaWide(uint16x8_t main, uint16x8_t secondInv, uint16x8_t thirdInv, uint16_t kSecond,
                                     uint16_t kThird) {
-    const uint16x8_t a = vmlaq_n_u16(vshlq_n_u16(main, 7), secondInv, kSecond);
-    const uint16x8_t b = vmlaq_n_u16(vdupq_n_u16(256), thirdInv, kThird);
+    const uint16x8_t a = vmlaq_u16(vshlq_n_u16(main, 7), secondInv, multiplierU16(kSecond));
+    const uint16x8_t b = vmlaq_u16(vdupq_n_u16(256), thirdInv, multiplierU16(kThird));
     return vminq_u16(vshrq_n_u16(vhaddq_u16(a, b), 7), vdupq_n_u16(255));
 }
 

@@ -15,4 +15,21 @@
 #include <simde/arm/neon.h>
 #endif
 
+// A vector of k to multiply by. On hosts GCC rewrites the translated
+// multiplication by a known constant into chains of shifts and additions,
+// several instructions where one multiply does; an empty asm statement hides
+// the value (the broadcast still leaves loops). ARM keeps its multiplies.
+#if (defined(__x86_64__) || defined(__i386__)) && !defined(__ARM_NEON) && !defined(__ARM_NEON__)
+static inline uint16x8_t multiplierU16(uint16_t k) {
+    uint16x8_t v = vdupq_n_u16(k);
+    __asm__("" : "+x"(v));
+    return v;
+}
+#else
+static inline uint16x8_t multiplierU16(uint16_t k) { return vdupq_n_u16(k); }
+#endif
+static inline int16x8_t multiplierS16(int16_t k) {
+    return vreinterpretq_s16_u16(multiplierU16(static_cast<uint16_t>(k)));
+}
+
 #endif  // OMBRIX_NEON_H
