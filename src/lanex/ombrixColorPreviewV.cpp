@@ -121,8 +121,8 @@ static inline LumaTerm lumaTerm(uint8x16_t luma, int16_t my, int16_t ny, int16_t
     LumaTerm t;
     for (int h = 0; h < 2; ++h) {
         const int16x8_t y = vreinterpretq_s16_u16(w.val[h]);
-        t.m[h] = vmulq_n_s16(y, my);
-        t.n[h] = vmlaq_n_s16(vdupq_n_s16(constant), y, ny);
+        t.m[h] = mulConst(y, my);
+        t.n[h] = mlaConst(vdupq_n_s16(constant), y, ny);
     }
     return t;
 }
@@ -130,14 +130,14 @@ static inline LumaTerm lumaTerm(uint8x16_t luma, int16_t my, int16_t ny, int16_t
 // Q10, x from a chroma pair: y = max(Y - 16, 0) * 1192, 1192 = 256 * 5 - 88;
 // R: 1634 e = 256 * 6 e + 98 e; G: -833 e - 400 d = 256 * (-3 e - 2 d) + (112 d - 65 e);
 // B: 2066 d = 256 * 8 d + 18 d. Pairs are Cr, Cb.
-static inline void rgb8888Step(const uint8_t* luma, const uint8_t* crcb, uint32_t* out, uint32_t x) {
+static OMBRIX_ALWAYS_INLINE void rgb8888Step(const uint8_t* luma, const uint8_t* crcb, uint32_t* out, uint32_t x) {
     const LumaTerm y = lumaTerm(vqsubq_u8(vld1q_u8(luma + x), vdupq_n_u8(16)), 5, -88, 0);
     const Chroma c = loadChroma(crcb + x);
     const int16x8_t e = c.first, d = c.second;
-    const uint8x16_t r = channel<2>(y, chromaTerm(vmulq_n_s16(e, 6), vmulq_n_s16(e, 98)));
-    const uint8x16_t g = channel<2>(y, chromaTerm(vmlaq_n_s16(vmulq_n_s16(e, -3), d, -2),
-                                                  vmlaq_n_s16(vmulq_n_s16(d, 112), e, -65)));
-    const uint8x16_t b = channel<2>(y, chromaTerm(vmulq_n_s16(d, 8), vmulq_n_s16(d, 18)));
+    const uint8x16_t r = channel<2>(y, chromaTerm(mulConst(e, 6), mulConst(e, 98)));
+    const uint8x16_t g = channel<2>(y, chromaTerm(mlaConst(mulConst(e, -3), d, -2),
+                                                  mlaConst(mulConst(d, 112), e, -65)));
+    const uint8x16_t b = channel<2>(y, chromaTerm(vshlq_n_s16(d, 3), mulConst(d, 18)));
     storeRgba(out + x, r, g, b);
 }
 
@@ -170,15 +170,15 @@ static inline uint16x8_t reversed(uint16x8_t v) {
 // R: 409 e = 256 e + 153 e; G: -100 d - 208 e = 256 * (-e) + (48 e - 100 d);
 // B: 517 d = 256 * 2 d + 5 d. Pairs are Cb, Cr. Rotated, the 16 pixels land
 // reversed, ending at width - 1 - x.
-static inline void rgb565Step(const uint8_t* luma, const uint8_t* cbcr, uint8_t* out, uint32_t width, bool rotated,
-                              uint32_t x) {
+static OMBRIX_ALWAYS_INLINE void rgb565Step(const uint8_t* luma, const uint8_t* cbcr, uint8_t* out, uint32_t width,
+                                            bool rotated, uint32_t x) {
     const LumaTerm y = lumaTerm(vld1q_u8(luma + x), 1, 42, -4768);
     const Chroma c = loadChroma(cbcr + x);
     const int16x8_t d = c.first, e = c.second;
-    const uint16x8x2_t r = highBytes(channel<0>(y, chromaTerm(e, vmulq_n_s16(e, 153))));
+    const uint16x8x2_t r = highBytes(channel<0>(y, chromaTerm(e, mulConst(e, 153))));
     const uint16x8x2_t g =
-        highBytes(channel<0>(y, chromaTerm(vnegq_s16(e), vmlaq_n_s16(vmulq_n_s16(e, 48), d, -100))));
-    const uint16x8x2_t b = highBytes(channel<0>(y, chromaTerm(vaddq_s16(d, d), vmulq_n_s16(d, 5))));
+        highBytes(channel<0>(y, chromaTerm(vnegq_s16(e), mlaConst(mulConst(e, 48), d, -100))));
+    const uint16x8x2_t b = highBytes(channel<0>(y, chromaTerm(vaddq_s16(d, d), mulConst(d, 5))));
     const uint16x8_t first = pack565(r.val[0], g.val[0], b.val[0]);
     const uint16x8_t second = pack565(r.val[1], g.val[1], b.val[1]);
     if (rotated) {

@@ -95,7 +95,7 @@ inline ChromaTerms chromaTerms(int16x8_t cb, int16x8_t cr) {
     const int16x8_t d = vsubq_s16(cb, half), e = vsubq_s16(cr, half);
     ChromaTerms t;
     t.r = vqrdmulhq_s16(vaddq_s16(e, e), vdupq_n_s16(ombrix_color::kCrToR * 64));
-    t.g = vsubq_s16(vshrq_n_s16(vmlaq_n_s16(vmlsq_n_s16(half, d, ombrix_color::kCbToG), e, 256 - ombrix_color::kCrToG), 8), e);
+    t.g = vsubq_s16(vshrq_n_s16(mlaConst(mlsConst(half, d, ombrix_color::kCbToG), e, 256 - ombrix_color::kCrToG), 8), e);
     t.b = vqrdmulhq_s16(vaddq_s16(d, d), vdupq_n_s16(ombrix_color::kCbToB * 64));
     return t;
 }
