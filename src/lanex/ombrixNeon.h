@@ -40,6 +40,7 @@ static inline int16x8_t multiplierS16(int16_t k) {
 static inline int16x8_t mulConst(int16x8_t a, int16_t k) { return vmulq_s16(a, multiplierS16(k)); }
 static inline int16x8_t mlaConst(int16x8_t acc, int16x8_t a, int16_t k) { return vmlaq_s16(acc, a, multiplierS16(k)); }
 static inline int16x8_t mlsConst(int16x8_t acc, int16x8_t a, int16_t k) { return vmlsq_s16(acc, a, multiplierS16(k)); }
+static inline uint16x8_t mulConst(uint16x8_t a, uint16_t k) { return vmulq_u16(a, multiplierU16(k)); }
 static inline uint16x8_t mlaConst(uint16x8_t acc, uint16x8_t a, uint16_t k) {
     return vmlaq_u16(acc, a, multiplierU16(k));
 }
