@@ -5,10 +5,12 @@
 // coefficients are split as k = 256 * m + n so that a = 256 * M + N with M
 // and N sums of small products, N = N_y + N_c with each part within 16 bits.
 // Then, exactly,
-//     floor(a / 256) = M + floor(N / 256) = M + (halving-add(N_y, N_c) >> 7)
-// (a halving add forms floor((x + y) / 2) without overflow), and a further
-// arithmetic shift by S gives floor(a / 2^(8+S)). Clamping the sum before the
-// shift, as the formulas state, gives the same value as clamping after it.
+//     floor(a / 256) = M + floor(N / 256) = M + ((N_y + N_c) >> 8),
+// or M + (halving-add(N_y, N_c) >> 7) for the one channel whose N can leave
+// 16 bits (a halving add forms floor((x + y) / 2) without overflow, but hosts
+// need several operations for it), and a further arithmetic shift by S
+// gives floor(a / 2^(8+S)). Clamping the sum before the shift, as the
+// formulas state, gives the same value as clamping after it.
 //
 // Rows shorter than one step use the shared scalar formulas; a longer row
 // ends with one step that overlaps the previous one and rewrites the same
@@ -104,12 +106,15 @@ struct LumaTerm {
     int16x8_t m[2], n[2];
 };
 
-// One channel of 16 pixels, clamped to bytes.
-template <int S>
+// One channel of 16 pixels, clamped to bytes; kWide when N_y + N_c can
+// leave 16 bits.
+template <int S, bool kWide = false>
 static inline uint8x16_t channel(const LumaTerm& y, const ChromaTerm& c) {
     int16x8_t v[2];
     for (int h = 0; h < 2; ++h) {
-        const int16x8_t floor256 = vsraq_n_s16(vaddq_s16(y.m[h], c.m.val[h]), halvingAdd(y.n[h], c.n.val[h]), 7);
+        const int16x8_t m = vaddq_s16(y.m[h], c.m.val[h]);
+        const int16x8_t floor256 = kWide ? vsraq_n_s16(m, halvingAdd(y.n[h], c.n.val[h]), 7)
+                                         : vsraq_n_s16(m, vaddq_s16(y.n[h], c.n.val[h]), 8);
         v[h] = S > 0 ? vshrq_n_s16(floor256, S > 0 ? S : 1) : floor256;
     }
     return narrowClamped(v[0], v[1]);
@@ -121,22 +126,24 @@ static inline LumaTerm lumaTerm(uint8x16_t luma, int16_t my, int16_t ny, int16_t
     LumaTerm t;
     for (int h = 0; h < 2; ++h) {
         const int16x8_t y = vreinterpretq_s16_u16(w.val[h]);
-        t.m[h] = mulConst(y, my);
+        t.m[h] = my == 1 ? y : mulConst(y, my);
         t.n[h] = mlaConst(vdupq_n_s16(constant), y, ny);
     }
     return t;
 }
 
 // Q10, x from a chroma pair: y = max(Y - 16, 0) * 1192, 1192 = 256 * 5 - 88;
-// R: 1634 e = 256 * 6 e + 98 e; G: -833 e - 400 d = 256 * (-3 e - 2 d) + (112 d - 65 e);
-// B: 2066 d = 256 * 8 d + 18 d. Pairs are Cr, Cb.
+// R: 1634 e = 256 * (6 e - 4) + (98 e + 1024); G: -833 e - 400 d =
+// 256 * (-3 e - 2 d) + (112 d - 65 e); B: 2066 d = 256 * 8 d + 18 d. The
+// 1024 moved into N keeps N within -32552..13470 for R; G's N reaches
+// -43623 and takes the halving add. Pairs are Cr, Cb.
 static OMBRIX_ALWAYS_INLINE void rgb8888Step(const uint8_t* luma, const uint8_t* crcb, uint32_t* out, uint32_t x) {
     const LumaTerm y = lumaTerm(vqsubq_u8(vld1q_u8(luma + x), vdupq_n_u8(16)), 5, -88, 0);
     const Chroma c = loadChroma(crcb + x);
     const int16x8_t e = c.first, d = c.second;
-    const uint8x16_t r = channel<2>(y, chromaTerm(mulConst(e, 6), mulConst(e, 98)));
-    const uint8x16_t g = channel<2>(y, chromaTerm(mlaConst(mulConst(e, -3), d, -2),
-                                                  mlaConst(mulConst(d, 112), e, -65)));
+    const uint8x16_t r = channel<2>(y, chromaTerm(mlaConst(vdupq_n_s16(-4), e, 6), mlaConst(vdupq_n_s16(1024), e, 98)));
+    const uint8x16_t g = channel<2, true>(y, chromaTerm(mlaConst(mulConst(e, -3), d, -2),
+                                                        mlaConst(mulConst(d, 112), e, -65)));
     const uint8x16_t b = channel<2>(y, chromaTerm(vshlq_n_s16(d, 3), mulConst(d, 18)));
     storeRgba(out + x, r, g, b);
 }
@@ -168,7 +175,7 @@ static inline uint16x8_t reversed(uint16x8_t v) {
 
 // Q8, x from a chroma pair: y = 298 Y - 4768, 298 = 256 + 42 (the offset in N);
 // R: 409 e = 256 e + 153 e; G: -100 d - 208 e = 256 * (-e) + (48 e - 100 d);
-// B: 517 d = 256 * 2 d + 5 d. Pairs are Cb, Cr. Rotated, the 16 pixels land
+// B: 517 d = 256 * 2 d + 5 d. Every N stays within -24352..25373. Pairs are Cb, Cr. Rotated, the 16 pixels land
 // reversed, ending at width - 1 - x.
 static OMBRIX_ALWAYS_INLINE void rgb565Step(const uint8_t* luma, const uint8_t* cbcr, uint8_t* out, uint32_t width,
                                             bool rotated, uint32_t x) {
