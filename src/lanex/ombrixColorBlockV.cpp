@@ -92,8 +92,8 @@ static inline void convert16(uint8x16_t luma, uint8x16_t cb, uint8x16_t cr, uint
         red[h] = vqrdmulhq_s16(r.val[h], vdupq_n_s16(22970));
         blue[h] = vqrdmulhq_s16(b.val[h], vdupq_n_s16(29032));
         // -5638 = 256 * -22 - 6, -11700 = 256 * -46 + 76.
-        const int16x8_t m = vmlaq_n_s16(vmlaq_n_s16(vdupq_n_s16(64), b.val[h], -22), r.val[h], -46);
-        const int16x8_t n = vmlaq_n_s16(vmulq_n_s16(b.val[h], -6), r.val[h], 76);
+        const int16x8_t m = mlaConst(mlaConst(vdupq_n_s16(64), b.val[h], -22), r.val[h], -46);
+        const int16x8_t n = mlaConst(mulConst(b.val[h], -6), r.val[h], 76);
         green[h] = vshrq_n_s16(vsraq_n_s16(m, n, 8), 7);
     }
     const uint16x8x2_t y = widenU8(luma);

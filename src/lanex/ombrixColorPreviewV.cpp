@@ -1,14 +1,12 @@
 // Vector camera-preview conversions, 16 pixels a step, all in 16-bit lanes.
 //
-// Each channel is floor(a / 2^(8+S)) of a = k_y * y + k_1 * c_1 + k_2 * c_2,
-// clamped to 0..255 (S = 2 for the Q10 conversion, 0 for the Q8 one). The
-// coefficients are split as k = 256 * m + n so that a = 256 * M + N with M
-// and N sums of small products, N = N_y + N_c with each part within 16 bits.
-// Then, exactly,
-//     floor(a / 256) = M + floor(N / 256) = M + (halving-add(N_y, N_c) >> 7)
-// (a halving add forms floor((x + y) / 2) without overflow), and a further
-// arithmetic shift by S gives floor(a / 2^(8+S)). Clamping the sum before the
-// shift, as the formulas state, gives the same value as clamping after it.
+// Each channel is floor(a / 2^Q) of a = k_y * y + k_1 * c_1 + k_2 * c_2,
+// clamped to 0..255 (Q = 10 or 8). The coefficients are split as
+// k = 2^B * m + n so that a = 2^B * M + N with M and N sums of small
+// products, and B is chosen so that N stays within 16 bits. Then, exactly,
+//     floor(a / 2^Q) = (M + (N >> B)) >> (Q - B)
+// with arithmetic shifts. Clamping the sum before the shift, as the
+// formulas state, gives the same value as clamping after it.
 //
 // Rows shorter than one step use the shared scalar formulas; a longer row
 // ends with one step that overlaps the previous one and rewrites the same
@@ -44,8 +42,6 @@ static inline void storeRgba(uint32_t* out, uint8x16_t r, uint8x16_t g, uint8x16
     rgba.val[3] = vdupq_n_u8(255);
     vst4q_u8(reinterpret_cast<uint8_t*>(out), rgba);
 }
-// floor((a + b) / 2) without overflow.
-static inline int16x8_t halvingAdd(int16x8_t a, int16x8_t b) { return vhaddq_s16(a, b); }
 // Each byte moved to the top of a 16-bit lane (x << 8), low half then high half.
 static inline uint16x8x2_t highBytes(uint8x16_t v) {
     return {{vshll_n_u8(vget_low_u8(v), 8), vshll_n_u8(vget_high_u8(v), 8)}};
@@ -67,10 +63,6 @@ static inline void storeRgba(uint32_t* out, uint8x16_t r, uint8x16_t g, uint8x16
     vst1q_u8(bytes + 16, vreinterpretq_u8_u16(lo.val[1]));
     vst1q_u8(bytes + 32, vreinterpretq_u8_u16(hi.val[0]));
     vst1q_u8(bytes + 48, vreinterpretq_u8_u16(hi.val[1]));
-}
-static inline int16x8_t halvingAdd(int16x8_t a, int16x8_t b) {
-    // (a >> 1) + (b >> 1) loses one exactly when both low bits are set.
-    return vaddq_s16(vaddq_s16(vshrq_n_s16(a, 1), vshrq_n_s16(b, 1)), vandq_s16(vandq_s16(a, b), vdupq_n_s16(1)));
 }
 static inline uint16x8x2_t highBytes(uint8x16_t v) {
     const uint8x16x2_t z = vzipq_u8(vdupq_n_u8(0), v);
@@ -105,39 +97,40 @@ struct LumaTerm {
 };
 
 // One channel of 16 pixels, clamped to bytes.
-template <int S>
+template <int Q, int B>
 static inline uint8x16_t channel(const LumaTerm& y, const ChromaTerm& c) {
     int16x8_t v[2];
     for (int h = 0; h < 2; ++h) {
-        const int16x8_t floor256 = vsraq_n_s16(vaddq_s16(y.m[h], c.m.val[h]), halvingAdd(y.n[h], c.n.val[h]), 7);
-        v[h] = S > 0 ? vshrq_n_s16(floor256, S > 0 ? S : 1) : floor256;
+        const int16x8_t floorB = vsraq_n_s16(vaddq_s16(y.m[h], c.m.val[h]), vaddq_s16(y.n[h], c.n.val[h]), B);
+        v[h] = Q > B ? vshrq_n_s16(floorB, Q > B ? Q - B : 1) : floorB;
     }
     return narrowClamped(v[0], v[1]);
 }
 
-// The luma part of 16 pixels for k_y = 256 * my + ny, plus a constant in N.
+// The luma part of 16 pixels for k_y = 2^B * my + ny, plus a constant in N.
 static inline LumaTerm lumaTerm(uint8x16_t luma, int16_t my, int16_t ny, int16_t constant) {
     const uint16x8x2_t w = widenU8(luma);
     LumaTerm t;
     for (int h = 0; h < 2; ++h) {
         const int16x8_t y = vreinterpretq_s16_u16(w.val[h]);
-        t.m[h] = vmulq_n_s16(y, my);
-        t.n[h] = vmlaq_n_s16(vdupq_n_s16(constant), y, ny);
+        t.m[h] = my == 1 ? y : mulConst(y, my);
+        t.n[h] = mlaConst(vdupq_n_s16(constant), y, ny);
     }
     return t;
 }
 
-// Q10, x from a chroma pair: y = max(Y - 16, 0) * 1192, 1192 = 256 * 5 - 88;
-// R: 1634 e = 256 * 6 e + 98 e; G: -833 e - 400 d = 256 * (-3 e - 2 d) + (112 d - 65 e);
-// B: 2066 d = 256 * 8 d + 18 d. Pairs are Cr, Cb.
-static inline void rgb8888Step(const uint8_t* luma, const uint8_t* crcb, uint32_t* out, uint32_t x) {
-    const LumaTerm y = lumaTerm(vqsubq_u8(vld1q_u8(luma + x), vdupq_n_u8(16)), 5, -88, 0);
+// Q10 with B = 7, x from a chroma pair: y = max(Y - 16, 0) * 1192,
+// 1192 = 128 * 9 + 40; R: 1634 e = 128 * 13 e - 30 e; G: -833 e - 400 d =
+// 128 * (-7 e - 3 d) + (63 e - 16 d); B: 2066 d = 128 * 16 d + 18 d. Every
+// N stays within -10096..19609. Pairs are Cr, Cb.
+static OMBRIX_ALWAYS_INLINE void rgb8888Step(const uint8_t* luma, const uint8_t* crcb, uint32_t* out, uint32_t x) {
+    const LumaTerm y = lumaTerm(vqsubq_u8(vld1q_u8(luma + x), vdupq_n_u8(16)), 9, 40, 0);
     const Chroma c = loadChroma(crcb + x);
     const int16x8_t e = c.first, d = c.second;
-    const uint8x16_t r = channel<2>(y, chromaTerm(vmulq_n_s16(e, 6), vmulq_n_s16(e, 98)));
-    const uint8x16_t g = channel<2>(y, chromaTerm(vmlaq_n_s16(vmulq_n_s16(e, -3), d, -2),
-                                                  vmlaq_n_s16(vmulq_n_s16(d, 112), e, -65)));
-    const uint8x16_t b = channel<2>(y, chromaTerm(vmulq_n_s16(d, 8), vmulq_n_s16(d, 18)));
+    const uint8x16_t r = channel<10, 7>(y, chromaTerm(mulConst(e, 13), mulConst(e, -30)));
+    const uint8x16_t g = channel<10, 7>(y, chromaTerm(mlaConst(mulConst(e, -7), d, -3),
+                                                      mlaConst(mulConst(e, 63), d, -16)));
+    const uint8x16_t b = channel<10, 7>(y, chromaTerm(vshlq_n_s16(d, 4), mulConst(d, 18)));
     storeRgba(out + x, r, g, b);
 }
 
@@ -166,19 +159,20 @@ static inline uint16x8_t reversed(uint16x8_t v) {
     return vextq_u16(r, r, 4);
 }
 
-// Q8, x from a chroma pair: y = 298 Y - 4768, 298 = 256 + 42 (the offset in N);
+// Q8 with B = 8, x from a chroma pair: y = 298 Y - 4768, 298 = 256 + 42
+// (the offset in N);
 // R: 409 e = 256 e + 153 e; G: -100 d - 208 e = 256 * (-e) + (48 e - 100 d);
-// B: 517 d = 256 * 2 d + 5 d. Pairs are Cb, Cr. Rotated, the 16 pixels land
-// reversed, ending at width - 1 - x.
-static inline void rgb565Step(const uint8_t* luma, const uint8_t* cbcr, uint8_t* out, uint32_t width, bool rotated,
-                              uint32_t x) {
+// B: 517 d = 256 * 2 d + 5 d. Every N stays within -24352..25373. Pairs
+// are Cb, Cr. Rotated, the 16 pixels land reversed, ending at width - 1 - x.
+static OMBRIX_ALWAYS_INLINE void rgb565Step(const uint8_t* luma, const uint8_t* cbcr, uint8_t* out, uint32_t width,
+                                            bool rotated, uint32_t x) {
     const LumaTerm y = lumaTerm(vld1q_u8(luma + x), 1, 42, -4768);
     const Chroma c = loadChroma(cbcr + x);
     const int16x8_t d = c.first, e = c.second;
-    const uint16x8x2_t r = highBytes(channel<0>(y, chromaTerm(e, vmulq_n_s16(e, 153))));
+    const uint16x8x2_t r = highBytes(channel<8, 8>(y, chromaTerm(e, mulConst(e, 153))));
     const uint16x8x2_t g =
-        highBytes(channel<0>(y, chromaTerm(vnegq_s16(e), vmlaq_n_s16(vmulq_n_s16(e, 48), d, -100))));
-    const uint16x8x2_t b = highBytes(channel<0>(y, chromaTerm(vaddq_s16(d, d), vmulq_n_s16(d, 5))));
+        highBytes(channel<8, 8>(y, chromaTerm(vnegq_s16(e), mlaConst(mulConst(e, 48), d, -100))));
+    const uint16x8x2_t b = highBytes(channel<8, 8>(y, chromaTerm(vaddq_s16(d, d), mulConst(d, 5))));
     const uint16x8_t first = pack565(r.val[0], g.val[0], b.val[0]);
     const uint16x8_t second = pack565(r.val[1], g.val[1], b.val[1]);
     if (rotated) {

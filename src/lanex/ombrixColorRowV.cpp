@@ -12,6 +12,7 @@
 // 248/252, where the sum stays far below that case, so the same code is exact
 // for it without a clamp.
 #include "../cpu/ombrixColorRgbRows.h"
+#include "ombrixColorLanes.h"
 #include "ombrixKernels.h"
 #include "ombrixNeon.h"
 
@@ -40,7 +41,7 @@ struct Rgb565Lanes {
 struct Rgb888Lanes {
     using Scalar = Rgb888In;
     static Lanes load(const uint8_t* p) {
-        const uint8x16x3_t v = vld3q_u8(p);
+        const uint8x16x3_t v = ombrix_color_lanes::loadRgb16(p);
         return {v.val[2], v.val[1], v.val[0]};
     }
 };
@@ -118,19 +119,21 @@ static inline uint8x16_t narrowBytes(uint16x8_t lo, uint16x8_t hi) {
 }
 
 static inline uint16x8_t lumaWide(uint16x8_t r, uint16x8_t g, uint16x8_t b) {
-    uint16x8_t sum = vmlaq_n_u16(vdupq_n_u16(128), b, 29);
-    sum = vmlaq_n_u16(sum, g, 150);
-    sum = vmlaq_n_u16(sum, r, 77);
+    uint16x8_t sum = mlaConst(vdupq_n_u16(128), b, 29);
+    sum = mlaConst(sum, g, 150);
+    sum = mlaConst(sum, r, 77);
     return vshrq_n_u16(sum, 8);
 }
 
 // As chroma8, on channels already widened; `secondInv` and `thirdInv` are
-// 255 - channel.
+// 255 - channel. With T = 256 + kSecond secondInv + kThird thirdInv (at most
+// 32896) the sum is 128 main + T, and floor(sum / 256) =
+// (main + (T >> 7)) >> 1: no 16-bit overflow, no halving add, which hosts
+// would form in 32-bit lanes.
 static inline uint16x8_t chromaWide(uint16x8_t main, uint16x8_t secondInv, uint16x8_t thirdInv, uint16_t kSecond,
                                     uint16_t kThird) {
-    const uint16x8_t a = vmlaq_n_u16(vshlq_n_u16(main, 7), secondInv, kSecond);
-    const uint16x8_t b = vmlaq_n_u16(vdupq_n_u16(256), thirdInv, kThird);
-    return vminq_u16(vshrq_n_u16(vhaddq_u16(a, b), 7), vdupq_n_u16(255));
+    const uint16x8_t t = mlaConst(mlaConst(vdupq_n_u16(256), secondInv, kSecond), thirdInv, kThird);
+    return vminq_u16(vshrq_n_u16(vsraq_n_u16(main, t, 7), 1), vdupq_n_u16(255));
 }
 
 static inline uint8x16_t luma16(const Lanes& v) {

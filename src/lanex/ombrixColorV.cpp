@@ -19,9 +19,7 @@ using ombrix_color::Rgba8888;
 // (with zero, to widen), a clamp followed by a de-interleave, and zips of
 // whole registers stored one at a time.
 #if defined(__ARM_NEON) || defined(__ARM_NEON__)
-inline int16x8x2_t widenU8(uint8x16_t a) {
-    return {{vreinterpretq_s16_u16(vmovl_u8(vget_low_u8(a))), vreinterpretq_s16_u16(vmovl_u8(vget_high_u8(a)))}};
-}
+inline uint16x8x2_t widenU8(uint8x16_t a) { return {{vmovl_u8(vget_low_u8(a)), vmovl_u8(vget_high_u8(a))}}; }
 inline uint8x16_t narrowClamp(int16x8_t low, int16x8_t high) {
     return vcombine_u8(vqmovun_s16(low), vqmovun_s16(high));
 }
@@ -41,9 +39,9 @@ inline void storeQuads(uint8_t* p, uint8x16_t a, uint8x16_t b, uint8x16_t c, uin
     vst4q_u8(p, v);
 }
 #else
-inline int16x8x2_t widenU8(uint8x16_t a) {
+inline uint16x8x2_t widenU8(uint8x16_t a) {
     const uint8x16x2_t z = vzipq_u8(a, vdupq_n_u8(0));
-    return {{vreinterpretq_s16_u8(z.val[0]), vreinterpretq_s16_u8(z.val[1])}};
+    return {{vreinterpretq_u16_u8(z.val[0]), vreinterpretq_u16_u8(z.val[1])}};
 }
 inline uint8x16_t narrowClamp(int16x8_t low, int16x8_t high) {
     const int16x8_t zero = vdupq_n_s16(0), top = vdupq_n_s16(255);
@@ -77,39 +75,66 @@ inline void storeTriples(uint8_t* p, uint8x16_t a, uint8x16_t b, uint8x16_t c) {
 
 // ---- The formula in 16-bit lanes ----------------------------------------------------
 //
-// Y * 256 is a multiple of 256, so (Y * 256 + 128 + t) >> 8 = Y + ((128 + t) >> 8)
-// exactly; only the chroma terms need care (|d|, |e| <= 128):
-//   (128 + 359 e) >> 8 and (128 + 454 d) >> 8 are rounding doubling multiplies
-//   returning the high half, (2 x * c + 2^15) >> 16, of x = 2 e by
-//   c = 359 * 64 and of x = 2 d by c = 454 * 64: 4 * 64 * 359 e = 256 * 359 e.
-//   (128 - 88 d - 183 e) >> 8 = -e + ((128 - 88 d + 73 e) >> 8), splitting
-//   256 e off so that the sum fits 16 bits.
-// The chroma terms stay within -227..227, luma plus term fits easily, and the
-// saturating narrow is the clamp.
+// Y * 256 is a multiple of 256, so (Y * 256 + 128 + t) >> 8 = Y + ((128 + t) >> 8):
+// each channel is clamp(Y + T) with a term T of the chroma alone, which lies
+// within -227..227. With d = Cb - 128, e = Cr - 128:
+//   R and B, k = 256 + k' (359, 454): 128 + k (C - 128) = 256 (C - m) + k' C + r,
+//     m and r (0 or 128) fixed by k, so T = C - m + ((k' C + r) >> 8);
+//   G, with 183 = 256 - 73 and 128 (1 + 88 + 183) = 256 * 136:
+//     T = 136 - Cr + ((73 Cr - 88 Cb) >> 8), an arithmetic shift.
+// The lanes hold T + kBias (computed modulo 2^16; the shifted products are
+// non-negative for R and B and fit signed 16 bits for G).
 struct ChromaTerms {
-    int16x8_t r, g, b;
+    uint16x8_t r, g, b;
 };
 
-inline ChromaTerms chromaTerms(int16x8_t cb, int16x8_t cr) {
-    const int16x8_t half = vdupq_n_s16(128);
-    const int16x8_t d = vsubq_s16(cb, half), e = vsubq_s16(cr, half);
+template <int k>
+inline uint16x8_t highTerm(uint16x8_t c, int bias) {
+    constexpr int lost = 128 * k - 128, m = (lost + 255) / 256, r = 256 * m - lost;
+    uint16x8_t product = mulConst(c, k - 256);
+    if (r != 0) product = vaddq_u16(product, vdupq_n_u16(r));
+    return vsraq_n_u16(vaddq_u16(c, vdupq_n_u16(static_cast<uint16_t>(bias - m))), product, 8);
+}
+
+constexpr int kGreenBase = 128 * (1 + ombrix_color::kCbToG + ombrix_color::kCrToG);
+static_assert(kGreenBase % 256 == 0, "the green constant leaves the shift whole");
+
+template <int kBias>
+inline ChromaTerms chromaTerms(uint16x8_t cb, uint16x8_t cr) {
     ChromaTerms t;
-    t.r = vqrdmulhq_s16(vaddq_s16(e, e), vdupq_n_s16(ombrix_color::kCrToR * 64));
-    t.g = vsubq_s16(vshrq_n_s16(vmlaq_n_s16(vmlsq_n_s16(half, d, ombrix_color::kCbToG), e, 256 - ombrix_color::kCrToG), 8), e);
-    t.b = vqrdmulhq_s16(vaddq_s16(d, d), vdupq_n_s16(ombrix_color::kCbToB * 64));
+    t.r = highTerm<ombrix_color::kCrToR>(cr, kBias);
+    t.b = highTerm<ombrix_color::kCbToB>(cb, kBias);
+    const int16x8_t cbS = vreinterpretq_s16_u16(cb), crS = vreinterpretq_s16_u16(cr);
+    const int16x8_t green = mlsConst(mulConst(crS, 256 - ombrix_color::kCrToG), cbS, ombrix_color::kCbToG);
+    t.g = vreinterpretq_u16_s16(vsraq_n_s16(vsubq_s16(vdupq_n_s16(kBias + kGreenBase / 256), crS), green, 8));
     return t;
 }
 
-// Each term twice, for the two pixels that share a sample: lanes 0-3 of `t`
-// cover pixels 0-7 (.val[0]), lanes 4-7 pixels 8-15 (.val[1]).
-struct PairedTerms {
-    ChromaTerms low, high;
+// Lanes below 256 with their byte repeated in both halves: ARM shifts and
+// inserts; on hosts, where SIMDe composes the insert from several
+// operations, one multiply by 257 does it.
+inline uint8x16_t repeatLowByte(uint16x8_t v) {
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+    return vreinterpretq_u8_u16(vsliq_n_u16(v, v, 8));
+#else
+    return vreinterpretq_u8_u16(mulConst(v, 257));
+#endif
+}
+
+// One term of 8 samples (biased by 256, so every lane is within 29..483) as
+// bytes for their 16 pixels (each sample twice), split into its parts above
+// and below zero, both below 256: clamp(Y + T) is then (Y + up) - down with
+// saturating byte arithmetic.
+struct PairBytes {
+    uint8x16_t up, down;
 };
 
-inline PairedTerms pairTerms(ChromaTerms t) {
-    const int16x8x2_t r = vzipq_s16(t.r, t.r), g = vzipq_s16(t.g, t.g), b = vzipq_s16(t.b, t.b);
-    return {{r.val[0], g.val[0], b.val[0]}, {r.val[1], g.val[1], b.val[1]}};
+inline PairBytes pairBytes(uint16x8_t biased) {
+    const uint16x8_t zero = vdupq_n_u16(256);
+    return {repeatLowByte(vqsubq_u16(biased, zero)), repeatLowByte(vqsubq_u16(zero, biased))};
 }
+
+inline uint8x16_t addClamped(uint8x16_t luma, PairBytes t) { return vqsubq_u8(vqaddq_u8(luma, t.up), t.down); }
 
 // ---- Packing and storing 16 pixels ------------------------------------------------------
 
@@ -133,14 +158,24 @@ inline void store16(Rgb565, uint8_t* out, uint8x16_t r, uint8x16_t g, uint8x16_t
 #endif
 }
 
-// 16 pixels: luma plus the chroma terms of pixels 0-7 (`low`) and 8-15 (`high`).
+// 16 pixels, each with its own sample: luma plus the terms of pixels 0-7
+// (`low`) and 8-15 (`high`) in 16-bit lanes, clamped by the narrowing.
 template <typename Format>
 inline void convert16(const uint8_t* y, ChromaTerms low, ChromaTerms high, uint8_t* out) {
-    const int16x8x2_t luma = widenU8(vld1q_u8(y));
-    const uint8x16_t r = narrowClamp(vaddq_s16(luma.val[0], low.r), vaddq_s16(luma.val[1], high.r));
-    const uint8x16_t g = narrowClamp(vaddq_s16(luma.val[0], low.g), vaddq_s16(luma.val[1], high.g));
-    const uint8x16_t b = narrowClamp(vaddq_s16(luma.val[0], low.b), vaddq_s16(luma.val[1], high.b));
-    store16(Format{}, out, r, g, b);
+    const uint16x8x2_t luma = widenU8(vld1q_u8(y));
+    const int16x8_t y0 = vreinterpretq_s16_u16(luma.val[0]), y1 = vreinterpretq_s16_u16(luma.val[1]);
+    auto channel = [&](uint16x8_t t0, uint16x8_t t1) {
+        return narrowClamp(vaddq_s16(y0, vreinterpretq_s16_u16(t0)), vaddq_s16(y1, vreinterpretq_s16_u16(t1)));
+    };
+    store16(Format{}, out, channel(low.r, high.r), channel(low.g, high.g), channel(low.b, high.b));
+}
+
+// 16 pixels, two to a sample, with the terms of 8 samples: in bytes.
+template <typename Format>
+inline void convertPairs16(const uint8_t* y, ChromaTerms t, uint8_t* out) {
+    const uint8x16_t luma = vld1q_u8(y);
+    store16(Format{}, out, addClamped(luma, pairBytes(t.r)), addClamped(luma, pairBytes(t.g)),
+            addClamped(luma, pairBytes(t.b)));
 }
 
 // 16 chroma samples from index k: planes, or Cb,Cr pairs at cb[2k].
@@ -173,8 +208,8 @@ template <typename Format, uint32_t kStep>
 void perPixelRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, uint32_t length) {
     auto step = [&](uint32_t x) {
         const uint8x16x2_t c = loadChroma16<kStep == 2>(cb, cr, x);
-        const int16x8x2_t b = widenU8(c.val[0]), r = widenU8(c.val[1]);
-        convert16<Format>(y + x, chromaTerms(b.val[0], r.val[0]), chromaTerms(b.val[1], r.val[1]),
+        const uint16x8x2_t b = widenU8(c.val[0]), r = widenU8(c.val[1]);
+        convert16<Format>(y + x, chromaTerms<0>(b.val[0], r.val[0]), chromaTerms<0>(b.val[1], r.val[1]),
                           dst + x * Format::kBytes);
     };
     uint32_t x = 0;
@@ -195,11 +230,9 @@ void sharedChromaRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uin
     OMBRIX_ASSERT(length > 1);
     auto step = [&](uint32_t x) {
         const uint8x16x2_t c = loadChroma16<kStep == 2>(cb, cr, x / 2);
-        const int16x8x2_t b = widenU8(c.val[0]), r = widenU8(c.val[1]);
-        const PairedTerms first = pairTerms(chromaTerms(b.val[0], r.val[0]));
-        const PairedTerms second = pairTerms(chromaTerms(b.val[1], r.val[1]));
-        convert16<Format>(y + x, first.low, first.high, dst + x * Format::kBytes);
-        convert16<Format>(y + x + 16, second.low, second.high, dst + (x + 16) * Format::kBytes);
+        const uint16x8x2_t b = widenU8(c.val[0]), r = widenU8(c.val[1]);
+        convertPairs16<Format>(y + x, chromaTerms<256>(b.val[0], r.val[0]), dst + x * Format::kBytes);
+        convertPairs16<Format>(y + x + 16, chromaTerms<256>(b.val[1], r.val[1]), dst + (x + 16) * Format::kBytes);
     };
     uint32_t x = 0;
     for (; x + 32 <= length; x += 32) step(x);

@@ -15,4 +15,34 @@
 #include <simde/arm/neon.h>
 #endif
 
+// For a vector step called from its loop: GCC keeps large steps out of line
+// (it counts their many vector temporaries as stack), and a call per step
+// reloads every constant.
+#define OMBRIX_ALWAYS_INLINE inline __attribute__((always_inline))
+
+// A vector of k to multiply by. On hosts GCC rewrites the translated
+// multiplication by a known constant into chains of shifts and additions,
+// several instructions where one multiply does; an empty asm statement hides
+// the value (the broadcast still leaves loops). ARM keeps its multiplies.
+#if (defined(__x86_64__) || defined(__i386__)) && !defined(__ARM_NEON) && !defined(__ARM_NEON__)
+static inline uint16x8_t multiplierU16(uint16_t k) {
+    uint16x8_t v = vdupq_n_u16(k);
+    __asm__("" : "+x"(v));
+    return v;
+}
+#else
+static inline uint16x8_t multiplierU16(uint16_t k) { return vdupq_n_u16(k); }
+#endif
+static inline int16x8_t multiplierS16(int16_t k) {
+    return vreinterpretq_s16_u16(multiplierU16(static_cast<uint16_t>(k)));
+}
+// a * k, acc + a * k and acc - a * k by a constant, kept as multiplies.
+static inline int16x8_t mulConst(int16x8_t a, int16_t k) { return vmulq_s16(a, multiplierS16(k)); }
+static inline int16x8_t mlaConst(int16x8_t acc, int16x8_t a, int16_t k) { return vmlaq_s16(acc, a, multiplierS16(k)); }
+static inline int16x8_t mlsConst(int16x8_t acc, int16x8_t a, int16_t k) { return vmlsq_s16(acc, a, multiplierS16(k)); }
+static inline uint16x8_t mulConst(uint16x8_t a, uint16_t k) { return vmulq_u16(a, multiplierU16(k)); }
+static inline uint16x8_t mlaConst(uint16x8_t acc, uint16x8_t a, uint16_t k) {
+    return vmlaq_u16(acc, a, multiplierU16(k));
+}
+
 #endif  // OMBRIX_NEON_H
