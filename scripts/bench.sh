@@ -3,18 +3,28 @@
 # operation and image size, the ratios reference/vector, OpenCV/vector and
 # vector/copy. Arguments are benchmark programs' names (default: all), e.g.
 #   scripts/bench.sh smooth blur
+# With OMBRIX_SCALAR_REFERENCE=1 the reference code is built without
+# auto-vectorisation (in build/host-scalar-reference), as it runs on the
+# target, where it has no vector unit to use.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 ./scripts/install-deps.sh bench
-cmake --preset host >/dev/null
-cmake --build --preset host -j"$(nproc)" >/dev/null
+build=build/host
+if [ "${OMBRIX_SCALAR_REFERENCE:-0}" = 1 ]; then
+  build=build/host-scalar-reference
+  cmake --preset host -B "$build" -DOMBRIX_HOST_REFERENCE_FLAGS=-fno-tree-vectorize \
+    -DOMBRIX_BUILD_TESTS=OFF -DOMBRIX_BUILD_EXAMPLES=OFF >/dev/null
+else
+  cmake --preset host >/dev/null
+fi
+cmake --build "$build" -j"$(nproc)" >/dev/null
 
 programs=()
 if [ $# -eq 0 ]; then
-  programs=(build/host/bench/ombrix_bench_*)
+  programs=("$build"/bench/ombrix_bench_*)
 else
-  for family in "$@"; do programs+=("build/host/bench/ombrix_bench_$family"); done
+  for family in "$@"; do programs+=("$build/bench/ombrix_bench_$family"); done
 fi
 image_programs=()
 for program in "${programs[@]}"; do
@@ -24,5 +34,5 @@ done
 [ ${#image_programs[@]} -gt 0 ] && python3 scripts/bench-ratios.py "${image_programs[@]}" -- --benchmark_min_time=0.2
 if [[ " ${programs[*]} " == *ombrix_bench_runtime* ]]; then
   echo
-  build/host/bench/ombrix_bench_runtime --benchmark_min_time=0.2
+  "$build"/bench/ombrix_bench_runtime --benchmark_min_time=0.2
 fi
