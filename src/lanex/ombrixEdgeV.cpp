@@ -14,18 +14,19 @@
 // Vector central-difference, Sobel and Scharr derivatives. Sixteen pixels of
 // an 8-bit image at a time: the differences are formed in 16-bit lanes, where
 // every derivative is exact (Scharr reaches +-4080), then scaled, converted
-// and stored. Sobel and Scharr first form two terms per column (a vertical
-// smoothing and a vertical difference) and combine neighbouring columns, so
-// each source pixel is widened once. A float image goes four pixels at a
-// time, added in the reference's order. The last group of a row is moved
-// back to end at the last interior pixel and rewrites a few results with the
-// same values; rows with fewer interior pixels than a group take the scalar
-// row of the references.
+// and stored. Sobel and Scharr read the eight neighbours of the sixteen
+// pixels straight from the source rows and combine their horizontal and
+// vertical differences. A float image goes four pixels at a time, added in
+// the reference's order. After the first group of a row the groups start
+// where the output is 16-byte aligned, so that no store crosses a cache
+// line; the first group and the last one (moved back to end at the last
+// interior pixel) overlap their neighbours and rewrite a few results with
+// the same values. Rows with fewer interior pixels than a group take the
+// scalar row of the references.
 
 namespace {
 
 using namespace ombrix_edge;
-using ombrix_blur::addWideU8;
 using ombrix_blur::narrowU16;
 using ombrix_blur::widenS16;
 using ombrix_blur::widenU8;
@@ -49,6 +50,27 @@ inline void forEachStep(uint32_t count, const Block& block) {
     uint32_t i = 0;
     for (; i + N <= count; i += N) block(i);
     if (i < count) block(count - N);
+}
+
+// The same with the steps after the first starting at `lead` (0 < lead < N),
+// so that they store to aligned addresses; the first step overlaps the
+// second and rewrites equal values.
+template <uint32_t N, typename Block>
+inline void forEachAlignedStep(uint32_t count, uint32_t lead, const Block& block) {
+    if (lead == 0) return forEachStep<N>(count, block);
+    block(0);
+    uint32_t i = lead;
+    for (; i + N <= count; i += N) block(i);
+    if (i < count) block(count - N);
+}
+
+// Pixels from the one stored at `out` to the first stored on a 16-byte
+// boundary, with `bytes` stored per pixel; 0 when `out` is on one, or when
+// no pixel's store is (an address that is not a multiple of `bytes`).
+inline uint32_t pixelsToAlignment(const void* out, size_t bytes) {
+    const uintptr_t address = reinterpret_cast<uintptr_t>(out);
+    if (address % bytes != 0) return 0;
+    return static_cast<uint32_t>((0 - address) % 16 / bytes);
 }
 
 // dx and dy of sixteen pixels, as low and high halves.
@@ -85,67 +107,41 @@ inline Gradients16 centralDifferences(const Rows<uint8_t>& r, uint32_t x) {
     return {{dx.val[0], dx.val[1]}, {dy.val[0], dy.val[1]}};
 }
 
-// The 3x3 kernels are separable: with, per column, the vertical smoothing
-// V = outer * above + centre * at + outer * below (at most 4080) and the
-// vertical difference D = below - above,
-//   dx(x) = V(x+1) - V(x-1),  dy(x) = outer * D(x-1) + centre * D(x) + outer * D(x+1).
-// Both column terms are formed once per column, sixteen columns at a time.
+// Sobel and Scharr of pixels x .. x + 15 of the centre row, straight from
+// the eight neighbours: with the horizontal differences H = right - left of
+// each row and the vertical differences D = below - above of each column,
+//   dx = outer * (H(above) + H(below)) + centre * H(centre),
+//   dy = outer * (D(x-1) + D(x+1)) + centre * D(x).
+// Every difference is one widening subtract; nothing goes through memory.
 template <Kernel K>
-inline void columnTerms(const Rows<uint8_t>& r, uint32_t column, int16_t* smoothed, int16_t* differences) {
-    const uint8x16_t above = vld1q_u8(r.above + column), below = vld1q_u8(r.below + column);
-    const uint16x8x2_t outer = addWideU8(above, below), at = widenU8(vld1q_u8(r.centre + column));
-    const int16x8x2_t difference = subtractWideU8(below, above);
-    for (int h = 0; h < 2; ++h) {
-        vst1q_s16(smoothed + 8 * h,
-                  weighted<K>(vreinterpretq_s16_u16(outer.val[h]), vreinterpretq_s16_u16(at.val[h])));
-        vst1q_s16(differences + 8 * h, difference.val[h]);
-    }
-}
-
-// dx and dy of sixteen pixels from the column terms of their left neighbours on.
-template <Kernel K>
-inline Gradients16 combineColumns(const int16_t* smoothed, const int16_t* differences) {
+inline Gradients16 separableDerivatives(const Rows<uint8_t>& r, uint32_t x) {
+    const uint8x16_t aL = vld1q_u8(r.above + x - 1), a0 = vld1q_u8(r.above + x), aR = vld1q_u8(r.above + x + 1);
+    const uint8x16_t cL = vld1q_u8(r.centre + x - 1), cR = vld1q_u8(r.centre + x + 1);
+    const uint8x16_t bL = vld1q_u8(r.below + x - 1), b0 = vld1q_u8(r.below + x), bR = vld1q_u8(r.below + x + 1);
+    const int16x8x2_t hA = subtractWideU8(aR, aL), hC = subtractWideU8(cR, cL), hB = subtractWideU8(bR, bL);
+    const int16x8x2_t dL = subtractWideU8(bL, aL), d0 = subtractWideU8(b0, a0), dR = subtractWideU8(bR, aR);
     Gradients16 g;
     for (int h = 0; h < 2; ++h) {
-        const int16_t* v = smoothed + 8 * h;
-        const int16_t* d = differences + 8 * h;
-        g.dx[h] = vsubq_s16(vld1q_s16(v + 2), vld1q_s16(v));
-        g.dy[h] = weighted<K>(vaddq_s16(vld1q_s16(d), vld1q_s16(d + 2)), vld1q_s16(d + 1));
+        g.dx[h] = weighted<K>(vaddq_s16(hA.val[h], hB.val[h]), hC.val[h]);
+        g.dy[h] = weighted<K>(vaddq_s16(dL.val[h], dR.val[h]), d0.val[h]);
     }
     return g;
 }
 
 // Hands the derivatives of the interior pixels of one row to store(x, g),
-// sixteen pixels from x on at a time; rows with fewer interior pixels go to
-// narrow(1, width - 1). Sobel and Scharr rows go in chunks whose column
-// terms are kept on the stack.
+// sixteen pixels from x on at a time, the steps after the first from pixel
+// 1 + lead on; rows with fewer interior pixels go to narrow(1, width - 1).
 template <Kernel K, typename Store, typename Narrow>
-void deriveRow(Rows<uint8_t> r, uint32_t width, const Store& store, const Narrow& narrow) {
+void deriveRow(Rows<uint8_t> r, uint32_t width, uint32_t lead, const Store& store, const Narrow& narrow) {
     const uint32_t interior = width - 2;
     if (interior < 16) {
         narrow(1, width - 1);
         return;
     }
-    if constexpr (K == Kernel::Central) {
-        forEachStep<16>(interior, [&](uint32_t i) { store(1 + i, centralDifferences(r, 1 + i)); });
-    } else {
-        constexpr uint32_t kChunk = 256;
-        int16_t smoothed[kChunk + 2], differences[kChunk + 2];
-        for (uint32_t start = 0; start < interior; start += kChunk) {
-            uint32_t count = interior - start < kChunk ? interior - start : kChunk;
-            if (count < 16) {  // a short last chunk moves back to a full step
-                start = interior - 16;
-                count = 16;
-            }
-            // Pixel 1 + start + j uses the column terms of columns start + j .. start + j + 2.
-            forEachStep<16>(count + 2, [&](uint32_t i) {
-                columnTerms<K>(r, start + i, smoothed + i, differences + i);
-            });
-            forEachStep<16>(count, [&](uint32_t j) {
-                store(1 + start + j, combineColumns<K>(smoothed + j, differences + j));
-            });
-        }
-    }
+    forEachAlignedStep<16>(interior, lead, [&](uint32_t i) {
+        if constexpr (K == Kernel::Central) store(1 + i, centralDifferences(r, 1 + i));
+        else store(1 + i, separableDerivatives<K>(r, 1 + i));
+    });
 }
 
 template <Scale S>
@@ -232,7 +228,8 @@ void interleavedGradients(const uint8_t* src, uint32_t width, uint32_t height, u
         const Rows<uint8_t> r = rowsAround(src, srcStride, y);
         Out* pairs = rowAt(gradients, outStride, y - 1);
         deriveRow<K>(
-            r, width, [pairs](uint32_t x, const Gradients16& g) { storePairs<S>(pairs + 2 * (x - 1), g); },
+            r, width, pixelsToAlignment(pairs, 2 * sizeof(Out)),
+            [pairs](uint32_t x, const Gradients16& g) { storePairs<S>(pairs + 2 * (x - 1), g); },
             [&](uint32_t first, uint32_t end) {
                 gradientRow<K, S>(r.above, r.centre, r.below, first, end, pairs, pairs + 1, 2);
             });
@@ -249,7 +246,8 @@ void planarGradients(const uint8_t* src, uint32_t width, uint32_t height, uint32
         Out* dxRow = rowAt(dx, outStride, y);
         Out* dyRow = rowAt(dy, outStride, y);
         deriveRow<K>(
-            r, width, [dxRow, dyRow](uint32_t x, const Gradients16& g) { storePlanes<S>(dxRow + x, dyRow + x, g); },
+            r, width, pixelsToAlignment(dxRow + 1, sizeof(Out)),
+            [dxRow, dyRow](uint32_t x, const Gradients16& g) { storePlanes<S>(dxRow + x, dyRow + x, g); },
             [&](uint32_t first, uint32_t end) {
                 gradientRow<K, S>(r.above, r.centre, r.below, first, end, dxRow + first, dyRow + first, 1);
             });
@@ -263,7 +261,8 @@ void sobelMagnitude(const uint8_t* src, uint32_t width, uint32_t height, uint32_
         const Rows<uint8_t> r = rowsAround(src, srcStride, y);
         uint8_t* out = rowAt(dst, dstStride, y);
         deriveRow<Kernel::Sobel>(
-            r, width, [out](uint32_t x, const Gradients16& g) { vst1q_u8(out + x, magnitudes(g)); },
+            r, width, pixelsToAlignment(out + 1, 1),
+            [out](uint32_t x, const Gradients16& g) { vst1q_u8(out + x, magnitudes(g)); },
             [&](uint32_t first, uint32_t end) { sobelMagnitudeRow(r.above, r.centre, r.below, first, end, out); });
     }
 }
