@@ -97,7 +97,7 @@ inline int16x8x2_t subtractWideU8(uint8x16_t a, uint8x16_t b) {
 template <Kernel K>
 inline int16x8_t weighted(int16x8_t outer, int16x8_t centre) {
     if constexpr (K == Kernel::Sobel) return vaddq_s16(outer, vshlq_n_s16(centre, 1));
-    else return vmlaq_n_s16(vmulq_n_s16(outer, Smoothing<K>::outer), centre, Smoothing<K>::centre);
+    else return mlaConst(mulConst(outer, Smoothing<K>::outer), centre, Smoothing<K>::centre);
 }
 
 // Central differences of pixels x .. x + 15 of the centre row.
@@ -150,17 +150,28 @@ inline int16x8_t scaledS16(int16x8_t d) {
     else return d;
 }
 
-// Eight derivatives as float, low four first.
+// Eight derivatives as float, low four first. Both forms are exact, as the
+// reference's conversion and multiplication by 0.125 are.
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+// The conversion with three fraction bits divides by 8 itself.
 template <Scale S>
 inline float32x4x2_t scaledF32(int16x8_t d) {
     const int32x4x2_t wide = widenS16(d);
-    float32x4x2_t f = {{vcvtq_f32_s32(wide.val[0]), vcvtq_f32_s32(wide.val[1])}};
-    if constexpr (S == Scale::Eighth) {
-        f.val[0] = vmulq_n_f32(f.val[0], 0.125f);
-        f.val[1] = vmulq_n_f32(f.val[1], 0.125f);
-    }
-    return f;
+    if constexpr (S == Scale::Eighth) return {{vcvtq_n_f32_s32(wide.val[0], 3), vcvtq_n_f32_s32(wide.val[1], 3)}};
+    else return {{vcvtq_f32_s32(wide.val[0]), vcvtq_f32_s32(wide.val[1])}};
 }
+#else
+// Hosts interleave each s16 into the top half of an s32 lane, which holds
+// d * 2^16 (a float with the same significant bits), and take the 2^16 back
+// out in the multiplication that scales, instead of shifting first.
+template <Scale S>
+inline float32x4x2_t scaledF32(int16x8_t d) {
+    constexpr float kScale = S == Scale::Eighth ? 0x1p-19f : 0x1p-16f;
+    const int16x8x2_t high = vzipq_s16(vdupq_n_s16(0), d);
+    return {{vmulq_n_f32(vcvtq_f32_s32(vreinterpretq_s32_s16(high.val[0])), kScale),
+             vmulq_n_f32(vcvtq_f32_s32(vreinterpretq_s32_s16(high.val[1])), kScale)}};
+}
+#endif
 
 // Sixteen (dx, dy) pairs from `pairs` on.
 template <Scale S>
@@ -170,13 +181,15 @@ inline void storePairs(int16_t* pairs, const Gradients16& g) {
         vst2q_s16(pairs + 16 * h, both);
     }
 }
+// Interleaved as s16 first: each pair then converts as it is stored.
 template <Scale S>
 inline void storePairs(float* pairs, const Gradients16& g) {
     for (int h = 0; h < 2; ++h) {
-        const float32x4x2_t dx = scaledF32<S>(g.dx[h]), dy = scaledF32<S>(g.dy[h]);
+        const int16x8x2_t both = vzipq_s16(g.dx[h], g.dy[h]);
         for (int q = 0; q < 2; ++q) {
-            const float32x4x2_t both = {{dx.val[q], dy.val[q]}};
-            vst2q_f32(pairs + 16 * h + 8 * q, both);
+            const float32x4x2_t f = scaledF32<S>(both.val[q]);
+            vst1q_f32(pairs + 16 * h + 8 * q, f.val[0]);
+            vst1q_f32(pairs + 16 * h + 8 * q + 4, f.val[1]);
         }
     }
 }
