@@ -16,13 +16,14 @@
 // every derivative is exact (Scharr reaches +-4080), then scaled, converted
 // and stored. Sobel and Scharr read the eight neighbours of the sixteen
 // pixels straight from the source rows and combine their horizontal and
-// vertical differences. A float image goes four pixels at a time, added in
+// vertical differences, two output rows per pass sharing the loads of their
+// middle rows. A float image goes four pixels at a time, added in
 // the reference's order. After the first group of a row the groups start
 // where the output is 16-byte aligned, so that no store crosses a cache
 // line; the first group and the last one (moved back to end at the last
 // interior pixel) overlap their neighbours and rewrite a few results with
-// the same values. Rows with fewer interior pixels than a group take the
-// scalar row of the references.
+// the same values. Images too small for a whole group take the scalar rows
+// of the references.
 
 namespace {
 
@@ -107,40 +108,85 @@ inline Gradients16 centralDifferences(const Rows<uint8_t>& r, uint32_t x) {
     return {{dx.val[0], dx.val[1]}, {dy.val[0], dy.val[1]}};
 }
 
-// Sobel and Scharr of pixels x .. x + 15 of the centre row, straight from
-// the eight neighbours: with the horizontal differences H = right - left of
-// each row and the vertical differences D = below - above of each column,
+// Sobel and Scharr are read straight from the eight neighbours: with the
+// horizontal differences H = right - left of each row and the vertical
+// differences D = below - above of each column,
 //   dx = outer * (H(above) + H(below)) + centre * H(centre),
 //   dy = outer * (D(x-1) + D(x+1)) + centre * D(x).
-// Every difference is one widening subtract; nothing goes through memory.
+// Every difference is one widening subtract. Index 0, 1, 2 of the arrays
+// below are the rows above, at and below the sixteen pixels x .. x + 15.
+
+// The left and right neighbours of pixels x .. x + 15 of a row, and H.
+OMBRIX_ALWAYS_INLINE void readNeighbours(const uint8_t* row, uint32_t x, uint8x16_t& left, uint8x16_t& right,
+                                         int16x8x2_t& across) {
+    left = vld1q_u8(row + x - 1);
+    right = vld1q_u8(row + x + 1);
+    across = subtractWideU8(right, left);
+}
+
 template <Kernel K>
-inline Gradients16 separableDerivatives(const Rows<uint8_t>& r, uint32_t x) {
-    const uint8x16_t aL = vld1q_u8(r.above + x - 1), a0 = vld1q_u8(r.above + x), aR = vld1q_u8(r.above + x + 1);
-    const uint8x16_t cL = vld1q_u8(r.centre + x - 1), cR = vld1q_u8(r.centre + x + 1);
-    const uint8x16_t bL = vld1q_u8(r.below + x - 1), b0 = vld1q_u8(r.below + x), bR = vld1q_u8(r.below + x + 1);
-    const int16x8x2_t hA = subtractWideU8(aR, aL), hC = subtractWideU8(cR, cL), hB = subtractWideU8(bR, bL);
-    const int16x8x2_t dL = subtractWideU8(bL, aL), d0 = subtractWideU8(b0, a0), dR = subtractWideU8(bR, aR);
+OMBRIX_ALWAYS_INLINE Gradients16 combineNeighbours(const uint8_t* const* rows, uint32_t x, const uint8x16_t* left,
+                                                   const uint8x16_t* right, const int16x8x2_t* across) {
+    const int16x8x2_t dL = subtractWideU8(left[2], left[0]), dR = subtractWideU8(right[2], right[0]);
+    const int16x8x2_t d0 = subtractWideU8(vld1q_u8(rows[2] + x), vld1q_u8(rows[0] + x));
     Gradients16 g;
     for (int h = 0; h < 2; ++h) {
-        g.dx[h] = weighted<K>(vaddq_s16(hA.val[h], hB.val[h]), hC.val[h]);
+        g.dx[h] = weighted<K>(vaddq_s16(across[0].val[h], across[2].val[h]), across[1].val[h]);
         g.dy[h] = weighted<K>(vaddq_s16(dL.val[h], dR.val[h]), d0.val[h]);
     }
     return g;
 }
 
-// Hands the derivatives of the interior pixels of one row to store(x, g),
-// sixteen pixels from x on at a time, the steps after the first from pixel
-// 1 + lead on; rows with fewer interior pixels go to narrow(1, width - 1).
-template <Kernel K, typename Store, typename Narrow>
-void deriveRow(Rows<uint8_t> r, uint32_t width, uint32_t lead, const Store& store, const Narrow& narrow) {
-    const uint32_t interior = width - 2;
-    if (interior < 16) {
-        narrow(1, width - 1);
+// Derivatives of pixels x .. x + 15 of two neighbouring rows, stored into
+// `upper` for the centre row of rows[0 .. 2] and into `lower` for that of
+// rows[1 .. 3]. The two share the loads and the H of their middle rows; the
+// upper row is stored before the last row is read, which keeps ARM's
+// sixteen q registers enough.
+template <Kernel K, typename RowOut>
+OMBRIX_ALWAYS_INLINE void derivePair(const uint8_t* const* rows, uint32_t x, const RowOut& upper,
+                                     const RowOut& lower) {
+    uint8x16_t left[4], right[4];
+    int16x8x2_t across[4];
+    for (int k = 0; k < 3; ++k) readNeighbours(rows[k], x, left[k], right[k], across[k]);
+    upper.store(x, combineNeighbours<K>(rows, x, left, right, across));
+    readNeighbours(rows[3], x, left[3], right[3], across[3]);
+    lower.store(x, combineNeighbours<K>(rows + 1, x, left + 1, right + 1, across + 1));
+}
+
+// Runs the derivatives of the interior of an 8-bit image into the output
+// rows rowOut(y) (see PairRow), sixteen pixels at a time along the rows.
+// Sobel and Scharr go two rows at a time, the last pair moved up a row when
+// the count is odd (it rewrites equal values); central differences, which
+// two rows would not share, one. Images with fewer interior rows than that
+// or fewer than sixteen interior columns take the scalar rows.
+template <Kernel K, typename RowOut>
+void deriveImage(const uint8_t* src, uint32_t width, uint32_t height, size_t srcStride, const RowOut& rowOut) {
+    constexpr uint32_t kRows = K == Kernel::Central ? 1 : 2;
+    if (width < 3 || height < 3) return;
+    if (width - 2 < 16 || height - 2 < kRows) {
+        for (uint32_t y = 1; y + 1 < height; ++y) rowOut(y).scalar(rowsAround(src, srcStride, y), width);
         return;
     }
-    forEachAlignedStep<16>(interior, lead, [&](uint32_t i) {
-        if constexpr (K == Kernel::Central) store(1 + i, centralDifferences(r, 1 + i));
-        else store(1 + i, separableDerivatives<K>(r, 1 + i));
+    // Row copies and pointers go into the steps by value, so that no store
+    // can be taken to change them; the steps are inlined, as GCC would keep
+    // the large ones out of line.
+    forEachStep<kRows>(height - 2, [&](uint32_t i) {
+        const uint32_t y = 1 + i;
+        const auto upper = rowOut(y);
+        if constexpr (K == Kernel::Central) {
+            const Rows<uint8_t> r = rowsAround(src, srcStride, y);
+            forEachAlignedStep<16>(width - 2, upper.lead(), [r, upper](uint32_t c) __attribute__((always_inline)) {
+                upper.store(1 + c, centralDifferences(r, 1 + c));
+            });
+        } else {
+            const uint8_t* const rows[4] = {rowAt(src, srcStride, y - 1), rowAt(src, srcStride, y),
+                                            rowAt(src, srcStride, y + 1), rowAt(src, srcStride, y + 2)};
+            const auto lower = rowOut(y + 1);
+            forEachAlignedStep<16>(width - 2, upper.lead(),
+                                   [rows, upper, lower](uint32_t c) __attribute__((always_inline)) {
+                                       derivePair<K>(rows, 1 + c, upper, lower);
+                                   });
+        }
     });
 }
 
@@ -232,52 +278,59 @@ inline uint8x16_t magnitudes(const Gradients16& g) {
     return narrowU16(m[0], m[1]);
 }
 
+// One output row of (dx, dy) pairs, the pair of pixel x at pairs[2 * (x - 1)].
+template <Kernel K, Scale S, typename Out>
+struct PairRow {
+    Out* pairs;
+    uint32_t lead() const { return pixelsToAlignment(pairs, 2 * sizeof(Out)); }
+    OMBRIX_ALWAYS_INLINE void store(uint32_t x, const Gradients16& g) const { storePairs<S>(pairs + 2 * (x - 1), g); }
+    void scalar(const Rows<uint8_t>& r, uint32_t width) const {
+        gradientRow<K, S>(r.above, r.centre, r.below, 1, width - 1, pairs, pairs + 1, 2);
+    }
+};
+
+// One row of each of the dx and dy planes, the results of pixel x at index x.
+template <Kernel K, Scale S, typename Out>
+struct PlaneRows {
+    Out *dx, *dy;
+    uint32_t lead() const { return pixelsToAlignment(dx + 1, sizeof(Out)); }
+    OMBRIX_ALWAYS_INLINE void store(uint32_t x, const Gradients16& g) const { storePlanes<S>(dx + x, dy + x, g); }
+    void scalar(const Rows<uint8_t>& r, uint32_t width) const {
+        gradientRow<K, S>(r.above, r.centre, r.below, 1, width - 1, dx + 1, dy + 1, 1);
+    }
+};
+
+// One row of Sobel edge magnitudes, the magnitude of pixel x at index x.
+struct MagnitudeRow {
+    uint8_t* out;
+    uint32_t lead() const { return pixelsToAlignment(out + 1, 1); }
+    OMBRIX_ALWAYS_INLINE void store(uint32_t x, const Gradients16& g) const { vst1q_u8(out + x, magnitudes(g)); }
+    void scalar(const Rows<uint8_t>& r, uint32_t width) const {
+        sobelMagnitudeRow(r.above, r.centre, r.below, 1, width - 1, out);
+    }
+};
+
 template <Kernel K, Scale S, typename Out>
 void interleavedGradients(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, Out* gradients,
                           uint32_t gradStride) {
-    if (width < 3 || height < 3) return;
     const size_t outStride = gradStride / sizeof(Out);
-    for (uint32_t y = 1; y + 1 < height; ++y) {
-        const Rows<uint8_t> r = rowsAround(src, srcStride, y);
-        Out* pairs = rowAt(gradients, outStride, y - 1);
-        deriveRow<K>(
-            r, width, pixelsToAlignment(pairs, 2 * sizeof(Out)),
-            [pairs](uint32_t x, const Gradients16& g) { storePairs<S>(pairs + 2 * (x - 1), g); },
-            [&](uint32_t first, uint32_t end) {
-                gradientRow<K, S>(r.above, r.centre, r.below, first, end, pairs, pairs + 1, 2);
-            });
-    }
+    deriveImage<K>(src, width, height, srcStride,
+                   [&](uint32_t y) { return PairRow<K, S, Out>{rowAt(gradients, outStride, y - 1)}; });
 }
 
 template <Kernel K, Scale S, typename Out>
 void planarGradients(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, Out* dx, Out* dy,
                      uint32_t dxyStride) {
-    if (width < 3 || height < 3) return;
     const size_t outStride = dxyStride / sizeof(Out);
-    for (uint32_t y = 1; y + 1 < height; ++y) {
-        const Rows<uint8_t> r = rowsAround(src, srcStride, y);
-        Out* dxRow = rowAt(dx, outStride, y);
-        Out* dyRow = rowAt(dy, outStride, y);
-        deriveRow<K>(
-            r, width, pixelsToAlignment(dxRow + 1, sizeof(Out)),
-            [dxRow, dyRow](uint32_t x, const Gradients16& g) { storePlanes<S>(dxRow + x, dyRow + x, g); },
-            [&](uint32_t first, uint32_t end) {
-                gradientRow<K, S>(r.above, r.centre, r.below, first, end, dxRow + first, dyRow + first, 1);
-            });
-    }
+    deriveImage<K>(src, width, height, srcStride, [&](uint32_t y) {
+        return PlaneRows<K, S, Out>{rowAt(dx, outStride, y), rowAt(dy, outStride, y)};
+    });
 }
 
 void sobelMagnitude(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
                     uint32_t dstStride) {
-    if (width < 3 || height < 3) return;
-    for (uint32_t y = 1; y + 1 < height; ++y) {
-        const Rows<uint8_t> r = rowsAround(src, srcStride, y);
-        uint8_t* out = rowAt(dst, dstStride, y);
-        deriveRow<Kernel::Sobel>(
-            r, width, pixelsToAlignment(out + 1, 1),
-            [out](uint32_t x, const Gradients16& g) { vst1q_u8(out + x, magnitudes(g)); },
-            [&](uint32_t first, uint32_t end) { sobelMagnitudeRow(r.above, r.centre, r.below, first, end, out); });
-    }
+    deriveImage<Kernel::Sobel>(src, width, height, srcStride,
+                               [&](uint32_t y) { return MagnitudeRow{rowAt(dst, dstStride, y)}; });
 }
 
 // a + 2b + c, added left to right like the reference (2b is exact).
