@@ -351,7 +351,7 @@ void sobelPlanarFloat(const float* src, uint32_t width, uint32_t height, size_t 
                                                       1);
             continue;
         }
-        forEachStep<4>(width - 2, [&](uint32_t i) {
+        forEachAlignedStep<4>(width - 2, pixelsToAlignment(dxRow + 1, sizeof(float)), [&](uint32_t i) {
             const uint32_t x = 1 + i;
             const float32x4_t al = vld1q_f32(r.above + x - 1), a0 = vld1q_f32(r.above + x);
             const float32x4_t ar = vld1q_f32(r.above + x + 1), bl = vld1q_f32(r.below + x - 1);
