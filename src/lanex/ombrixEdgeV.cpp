@@ -53,9 +53,9 @@ inline void forEachStep(uint32_t count, const Block& block) {
     if (i < count) block(count - N);
 }
 
-// The same with the steps after the first starting at `lead` (0 < lead < N),
-// so that they store to aligned addresses; the first step overlaps the
-// second and rewrites equal values.
+// The same with the steps after the first starting at `lead` (below N; 0
+// gives the plain steps), so that they store to aligned addresses; the first
+// step overlaps the second and rewrites equal values.
 template <uint32_t N, typename Block>
 inline void forEachAlignedStep(uint32_t count, uint32_t lead, const Block& block) {
     if (lead == 0) return forEachStep<N>(count, block);
@@ -113,8 +113,7 @@ inline Gradients16 centralDifferences(const Rows<uint8_t>& r, uint32_t x) {
 // differences D = below - above of each column,
 //   dx = outer * (H(above) + H(below)) + centre * H(centre),
 //   dy = outer * (D(x-1) + D(x+1)) + centre * D(x).
-// Every difference is one widening subtract. Index 0, 1, 2 of the arrays
-// below are the rows above, at and below the sixteen pixels x .. x + 15.
+// Every difference is one widening subtract.
 
 // The left and right neighbours of pixels x .. x + 15 of a row, and H.
 OMBRIX_ALWAYS_INLINE void readNeighbours(const uint8_t* row, uint32_t x, uint8x16_t& left, uint8x16_t& right,
@@ -124,6 +123,8 @@ OMBRIX_ALWAYS_INLINE void readNeighbours(const uint8_t* row, uint32_t x, uint8x1
     across = subtractWideU8(right, left);
 }
 
+// dx and dy of pixels x .. x + 15 of the centre row from what
+// readNeighbours gave for the rows above, at and below it (index 0, 1, 2).
 template <Kernel K>
 OMBRIX_ALWAYS_INLINE Gradients16 combineNeighbours(const uint8_t* const* rows, uint32_t x, const uint8x16_t* left,
                                                    const uint8x16_t* right, const int16x8x2_t* across) {
