@@ -14,18 +14,20 @@
 // Vector central-difference, Sobel and Scharr derivatives. Sixteen pixels of
 // an 8-bit image at a time: the differences are formed in 16-bit lanes, where
 // every derivative is exact (Scharr reaches +-4080), then scaled, converted
-// and stored. Sobel and Scharr first form two terms per column (a vertical
-// smoothing and a vertical difference) and combine neighbouring columns, so
-// each source pixel is widened once. A float image goes four pixels at a
-// time, added in the reference's order. The last group of a row is moved
-// back to end at the last interior pixel and rewrites a few results with the
-// same values; rows with fewer interior pixels than a group take the scalar
-// row of the references.
+// and stored. Sobel and Scharr read the eight neighbours of the sixteen
+// pixels straight from the source rows and combine their horizontal and
+// vertical differences, two output rows per pass sharing the loads of their
+// middle rows. A float image goes four pixels at a time, added in
+// the reference's order. After the first group of a row the groups start
+// where the output is 16-byte aligned, so that no store crosses a cache
+// line; the first group and the last one (moved back to end at the last
+// interior pixel) overlap their neighbours and rewrite a few results with
+// the same values. Images too small for a whole group take the scalar rows
+// of the references.
 
 namespace {
 
 using namespace ombrix_edge;
-using ombrix_blur::addWideU8;
 using ombrix_blur::narrowU16;
 using ombrix_blur::widenS16;
 using ombrix_blur::widenU8;
@@ -49,6 +51,27 @@ inline void forEachStep(uint32_t count, const Block& block) {
     uint32_t i = 0;
     for (; i + N <= count; i += N) block(i);
     if (i < count) block(count - N);
+}
+
+// The same with the steps after the first starting at `lead` (below N; 0
+// gives the plain steps), so that they store to aligned addresses; the first
+// step overlaps the second and rewrites equal values.
+template <uint32_t N, typename Block>
+inline void forEachAlignedStep(uint32_t count, uint32_t lead, const Block& block) {
+    if (lead == 0) return forEachStep<N>(count, block);
+    block(0);
+    uint32_t i = lead;
+    for (; i + N <= count; i += N) block(i);
+    if (i < count) block(count - N);
+}
+
+// Pixels from the one stored at `out` to the first stored on a 16-byte
+// boundary, with `bytes` stored per pixel; 0 when `out` is on one, or when
+// no pixel's store is (an address that is not a multiple of `bytes`).
+inline uint32_t pixelsToAlignment(const void* out, size_t bytes) {
+    const uintptr_t address = reinterpret_cast<uintptr_t>(out);
+    if (address % bytes != 0) return 0;
+    return static_cast<uint32_t>((0 - address) % 16 / bytes);
 }
 
 // dx and dy of sixteen pixels, as low and high halves.
@@ -75,7 +98,7 @@ inline int16x8x2_t subtractWideU8(uint8x16_t a, uint8x16_t b) {
 template <Kernel K>
 inline int16x8_t weighted(int16x8_t outer, int16x8_t centre) {
     if constexpr (K == Kernel::Sobel) return vaddq_s16(outer, vshlq_n_s16(centre, 1));
-    else return vmlaq_n_s16(vmulq_n_s16(outer, Smoothing<K>::outer), centre, Smoothing<K>::centre);
+    else return mlaConst(mulConst(outer, Smoothing<K>::outer), centre, Smoothing<K>::centre);
 }
 
 // Central differences of pixels x .. x + 15 of the centre row.
@@ -85,67 +108,87 @@ inline Gradients16 centralDifferences(const Rows<uint8_t>& r, uint32_t x) {
     return {{dx.val[0], dx.val[1]}, {dy.val[0], dy.val[1]}};
 }
 
-// The 3x3 kernels are separable: with, per column, the vertical smoothing
-// V = outer * above + centre * at + outer * below (at most 4080) and the
-// vertical difference D = below - above,
-//   dx(x) = V(x+1) - V(x-1),  dy(x) = outer * D(x-1) + centre * D(x) + outer * D(x+1).
-// Both column terms are formed once per column, sixteen columns at a time.
-template <Kernel K>
-inline void columnTerms(const Rows<uint8_t>& r, uint32_t column, int16_t* smoothed, int16_t* differences) {
-    const uint8x16_t above = vld1q_u8(r.above + column), below = vld1q_u8(r.below + column);
-    const uint16x8x2_t outer = addWideU8(above, below), at = widenU8(vld1q_u8(r.centre + column));
-    const int16x8x2_t difference = subtractWideU8(below, above);
-    for (int h = 0; h < 2; ++h) {
-        vst1q_s16(smoothed + 8 * h,
-                  weighted<K>(vreinterpretq_s16_u16(outer.val[h]), vreinterpretq_s16_u16(at.val[h])));
-        vst1q_s16(differences + 8 * h, difference.val[h]);
-    }
+// Sobel and Scharr are read straight from the eight neighbours: with the
+// horizontal differences H = right - left of each row and the vertical
+// differences D = below - above of each column,
+//   dx = outer * (H(above) + H(below)) + centre * H(centre),
+//   dy = outer * (D(x-1) + D(x+1)) + centre * D(x).
+// Every difference is one widening subtract.
+
+// The left and right neighbours of pixels x .. x + 15 of a row, and H.
+OMBRIX_ALWAYS_INLINE void readNeighbours(const uint8_t* row, uint32_t x, uint8x16_t& left, uint8x16_t& right,
+                                         int16x8x2_t& across) {
+    left = vld1q_u8(row + x - 1);
+    right = vld1q_u8(row + x + 1);
+    across = subtractWideU8(right, left);
 }
 
-// dx and dy of sixteen pixels from the column terms of their left neighbours on.
+// dx and dy of pixels x .. x + 15 of the centre row from what
+// readNeighbours gave for the rows above, at and below it (index 0, 1, 2).
 template <Kernel K>
-inline Gradients16 combineColumns(const int16_t* smoothed, const int16_t* differences) {
+OMBRIX_ALWAYS_INLINE Gradients16 combineNeighbours(const uint8_t* const* rows, uint32_t x, const uint8x16_t* left,
+                                                   const uint8x16_t* right, const int16x8x2_t* across) {
+    const int16x8x2_t dL = subtractWideU8(left[2], left[0]), dR = subtractWideU8(right[2], right[0]);
+    const int16x8x2_t d0 = subtractWideU8(vld1q_u8(rows[2] + x), vld1q_u8(rows[0] + x));
     Gradients16 g;
     for (int h = 0; h < 2; ++h) {
-        const int16_t* v = smoothed + 8 * h;
-        const int16_t* d = differences + 8 * h;
-        g.dx[h] = vsubq_s16(vld1q_s16(v + 2), vld1q_s16(v));
-        g.dy[h] = weighted<K>(vaddq_s16(vld1q_s16(d), vld1q_s16(d + 2)), vld1q_s16(d + 1));
+        g.dx[h] = weighted<K>(vaddq_s16(across[0].val[h], across[2].val[h]), across[1].val[h]);
+        g.dy[h] = weighted<K>(vaddq_s16(dL.val[h], dR.val[h]), d0.val[h]);
     }
     return g;
 }
 
-// Hands the derivatives of the interior pixels of one row to store(x, g),
-// sixteen pixels from x on at a time; rows with fewer interior pixels go to
-// narrow(1, width - 1). Sobel and Scharr rows go in chunks whose column
-// terms are kept on the stack.
-template <Kernel K, typename Store, typename Narrow>
-void deriveRow(Rows<uint8_t> r, uint32_t width, const Store& store, const Narrow& narrow) {
-    const uint32_t interior = width - 2;
-    if (interior < 16) {
-        narrow(1, width - 1);
+// Derivatives of pixels x .. x + 15 of two neighbouring rows, stored into
+// `upper` for the centre row of rows[0 .. 2] and into `lower` for that of
+// rows[1 .. 3]. The two share the loads and the H of their middle rows; the
+// upper row is stored before the last row is read, which keeps ARM's
+// sixteen q registers enough.
+template <Kernel K, typename RowOut>
+OMBRIX_ALWAYS_INLINE void derivePair(const uint8_t* const* rows, uint32_t x, const RowOut& upper,
+                                     const RowOut& lower) {
+    uint8x16_t left[4], right[4];
+    int16x8x2_t across[4];
+    for (int k = 0; k < 3; ++k) readNeighbours(rows[k], x, left[k], right[k], across[k]);
+    upper.store(x, combineNeighbours<K>(rows, x, left, right, across));
+    readNeighbours(rows[3], x, left[3], right[3], across[3]);
+    lower.store(x, combineNeighbours<K>(rows + 1, x, left + 1, right + 1, across + 1));
+}
+
+// Runs the derivatives of the interior of an 8-bit image into the output
+// rows rowOut(y) (see PairRow), sixteen pixels at a time along the rows.
+// Sobel and Scharr go two rows at a time, the last pair moved up a row when
+// the count is odd (it rewrites equal values); central differences, which
+// two rows would not share, one. Images with fewer interior rows than that
+// or fewer than sixteen interior columns take the scalar rows.
+template <Kernel K, typename RowOut>
+void deriveImage(const uint8_t* src, uint32_t width, uint32_t height, size_t srcStride, const RowOut& rowOut) {
+    constexpr uint32_t kRows = K == Kernel::Central ? 1 : 2;
+    if (width < 3 || height < 3) return;
+    if (width - 2 < 16 || height - 2 < kRows) {
+        for (uint32_t y = 1; y + 1 < height; ++y) rowOut(y).scalar(rowsAround(src, srcStride, y), width);
         return;
     }
-    if constexpr (K == Kernel::Central) {
-        forEachStep<16>(interior, [&](uint32_t i) { store(1 + i, centralDifferences(r, 1 + i)); });
-    } else {
-        constexpr uint32_t kChunk = 256;
-        int16_t smoothed[kChunk + 2], differences[kChunk + 2];
-        for (uint32_t start = 0; start < interior; start += kChunk) {
-            uint32_t count = interior - start < kChunk ? interior - start : kChunk;
-            if (count < 16) {  // a short last chunk moves back to a full step
-                start = interior - 16;
-                count = 16;
-            }
-            // Pixel 1 + start + j uses the column terms of columns start + j .. start + j + 2.
-            forEachStep<16>(count + 2, [&](uint32_t i) {
-                columnTerms<K>(r, start + i, smoothed + i, differences + i);
+    // Row copies and pointers go into the steps by value, so that no store
+    // can be taken to change them; the steps are inlined, as GCC would keep
+    // the large ones out of line.
+    forEachStep<kRows>(height - 2, [&](uint32_t i) {
+        const uint32_t y = 1 + i;
+        const auto upper = rowOut(y);
+        if constexpr (K == Kernel::Central) {
+            const Rows<uint8_t> r = rowsAround(src, srcStride, y);
+            forEachAlignedStep<16>(width - 2, upper.lead(), [r, upper](uint32_t c) __attribute__((always_inline)) {
+                upper.store(1 + c, centralDifferences(r, 1 + c));
             });
-            forEachStep<16>(count, [&](uint32_t j) {
-                store(1 + start + j, combineColumns<K>(smoothed + j, differences + j));
-            });
+        } else {
+            const uint8_t* const rows[4] = {rowAt(src, srcStride, y - 1), rowAt(src, srcStride, y),
+                                            rowAt(src, srcStride, y + 1), rowAt(src, srcStride, y + 2)};
+            const auto lower = rowOut(y + 1);
+            forEachAlignedStep<16>(width - 2, upper.lead(),
+                                   [rows, upper, lower](uint32_t c) __attribute__((always_inline)) {
+                                       derivePair<K>(rows, 1 + c, upper, lower);
+                                   });
         }
-    }
+    });
 }
 
 template <Scale S>
@@ -154,17 +197,28 @@ inline int16x8_t scaledS16(int16x8_t d) {
     else return d;
 }
 
-// Eight derivatives as float, low four first.
+// Eight derivatives as float, low four first. Both forms are exact, as the
+// reference's conversion and multiplication by 0.125 are.
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+// The conversion with three fraction bits divides by 8 itself.
 template <Scale S>
 inline float32x4x2_t scaledF32(int16x8_t d) {
     const int32x4x2_t wide = widenS16(d);
-    float32x4x2_t f = {{vcvtq_f32_s32(wide.val[0]), vcvtq_f32_s32(wide.val[1])}};
-    if constexpr (S == Scale::Eighth) {
-        f.val[0] = vmulq_n_f32(f.val[0], 0.125f);
-        f.val[1] = vmulq_n_f32(f.val[1], 0.125f);
-    }
-    return f;
+    if constexpr (S == Scale::Eighth) return {{vcvtq_n_f32_s32(wide.val[0], 3), vcvtq_n_f32_s32(wide.val[1], 3)}};
+    else return {{vcvtq_f32_s32(wide.val[0]), vcvtq_f32_s32(wide.val[1])}};
 }
+#else
+// Hosts interleave each s16 into the top half of an s32 lane, which holds
+// d * 2^16 (a float with the same significant bits), and take the 2^16 back
+// out in the multiplication that scales, instead of shifting first.
+template <Scale S>
+inline float32x4x2_t scaledF32(int16x8_t d) {
+    constexpr float kScale = S == Scale::Eighth ? 0x1p-19f : 0x1p-16f;
+    const int16x8x2_t high = vzipq_s16(vdupq_n_s16(0), d);
+    return {{vmulq_n_f32(vcvtq_f32_s32(vreinterpretq_s32_s16(high.val[0])), kScale),
+             vmulq_n_f32(vcvtq_f32_s32(vreinterpretq_s32_s16(high.val[1])), kScale)}};
+}
+#endif
 
 // Sixteen (dx, dy) pairs from `pairs` on.
 template <Scale S>
@@ -174,13 +228,15 @@ inline void storePairs(int16_t* pairs, const Gradients16& g) {
         vst2q_s16(pairs + 16 * h, both);
     }
 }
+// Interleaved as s16 first: each pair then converts as it is stored.
 template <Scale S>
 inline void storePairs(float* pairs, const Gradients16& g) {
     for (int h = 0; h < 2; ++h) {
-        const float32x4x2_t dx = scaledF32<S>(g.dx[h]), dy = scaledF32<S>(g.dy[h]);
+        const int16x8x2_t both = vzipq_s16(g.dx[h], g.dy[h]);
         for (int q = 0; q < 2; ++q) {
-            const float32x4x2_t both = {{dx.val[q], dy.val[q]}};
-            vst2q_f32(pairs + 16 * h + 8 * q, both);
+            const float32x4x2_t f = scaledF32<S>(both.val[q]);
+            vst1q_f32(pairs + 16 * h + 8 * q, f.val[0]);
+            vst1q_f32(pairs + 16 * h + 8 * q + 4, f.val[1]);
         }
     }
 }
@@ -223,49 +279,59 @@ inline uint8x16_t magnitudes(const Gradients16& g) {
     return narrowU16(m[0], m[1]);
 }
 
+// One output row of (dx, dy) pairs, the pair of pixel x at pairs[2 * (x - 1)].
+template <Kernel K, Scale S, typename Out>
+struct PairRow {
+    Out* pairs;
+    uint32_t lead() const { return pixelsToAlignment(pairs, 2 * sizeof(Out)); }
+    OMBRIX_ALWAYS_INLINE void store(uint32_t x, const Gradients16& g) const { storePairs<S>(pairs + 2 * (x - 1), g); }
+    void scalar(const Rows<uint8_t>& r, uint32_t width) const {
+        gradientRow<K, S>(r.above, r.centre, r.below, 1, width - 1, pairs, pairs + 1, 2);
+    }
+};
+
+// One row of each of the dx and dy planes, the results of pixel x at index x.
+template <Kernel K, Scale S, typename Out>
+struct PlaneRows {
+    Out *dx, *dy;
+    uint32_t lead() const { return pixelsToAlignment(dx + 1, sizeof(Out)); }
+    OMBRIX_ALWAYS_INLINE void store(uint32_t x, const Gradients16& g) const { storePlanes<S>(dx + x, dy + x, g); }
+    void scalar(const Rows<uint8_t>& r, uint32_t width) const {
+        gradientRow<K, S>(r.above, r.centre, r.below, 1, width - 1, dx + 1, dy + 1, 1);
+    }
+};
+
+// One row of Sobel edge magnitudes, the magnitude of pixel x at index x.
+struct MagnitudeRow {
+    uint8_t* out;
+    uint32_t lead() const { return pixelsToAlignment(out + 1, 1); }
+    OMBRIX_ALWAYS_INLINE void store(uint32_t x, const Gradients16& g) const { vst1q_u8(out + x, magnitudes(g)); }
+    void scalar(const Rows<uint8_t>& r, uint32_t width) const {
+        sobelMagnitudeRow(r.above, r.centre, r.below, 1, width - 1, out);
+    }
+};
+
 template <Kernel K, Scale S, typename Out>
 void interleavedGradients(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, Out* gradients,
                           uint32_t gradStride) {
-    if (width < 3 || height < 3) return;
     const size_t outStride = gradStride / sizeof(Out);
-    for (uint32_t y = 1; y + 1 < height; ++y) {
-        const Rows<uint8_t> r = rowsAround(src, srcStride, y);
-        Out* pairs = rowAt(gradients, outStride, y - 1);
-        deriveRow<K>(
-            r, width, [pairs](uint32_t x, const Gradients16& g) { storePairs<S>(pairs + 2 * (x - 1), g); },
-            [&](uint32_t first, uint32_t end) {
-                gradientRow<K, S>(r.above, r.centre, r.below, first, end, pairs, pairs + 1, 2);
-            });
-    }
+    deriveImage<K>(src, width, height, srcStride,
+                   [&](uint32_t y) { return PairRow<K, S, Out>{rowAt(gradients, outStride, y - 1)}; });
 }
 
 template <Kernel K, Scale S, typename Out>
 void planarGradients(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, Out* dx, Out* dy,
                      uint32_t dxyStride) {
-    if (width < 3 || height < 3) return;
     const size_t outStride = dxyStride / sizeof(Out);
-    for (uint32_t y = 1; y + 1 < height; ++y) {
-        const Rows<uint8_t> r = rowsAround(src, srcStride, y);
-        Out* dxRow = rowAt(dx, outStride, y);
-        Out* dyRow = rowAt(dy, outStride, y);
-        deriveRow<K>(
-            r, width, [dxRow, dyRow](uint32_t x, const Gradients16& g) { storePlanes<S>(dxRow + x, dyRow + x, g); },
-            [&](uint32_t first, uint32_t end) {
-                gradientRow<K, S>(r.above, r.centre, r.below, first, end, dxRow + first, dyRow + first, 1);
-            });
-    }
+    deriveImage<K>(src, width, height, srcStride, [&](uint32_t y) {
+        return PlaneRows<K, S, Out>{rowAt(dx, outStride, y), rowAt(dy, outStride, y)};
+    });
 }
 
 void sobelMagnitude(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
                     uint32_t dstStride) {
-    if (width < 3 || height < 3) return;
-    for (uint32_t y = 1; y + 1 < height; ++y) {
-        const Rows<uint8_t> r = rowsAround(src, srcStride, y);
-        uint8_t* out = rowAt(dst, dstStride, y);
-        deriveRow<Kernel::Sobel>(
-            r, width, [out](uint32_t x, const Gradients16& g) { vst1q_u8(out + x, magnitudes(g)); },
-            [&](uint32_t first, uint32_t end) { sobelMagnitudeRow(r.above, r.centre, r.below, first, end, out); });
-    }
+    deriveImage<Kernel::Sobel>(src, width, height, srcStride,
+                               [&](uint32_t y) { return MagnitudeRow{rowAt(dst, dstStride, y)}; });
 }
 
 // a + 2b + c, added left to right like the reference (2b is exact).
@@ -286,7 +352,7 @@ void sobelPlanarFloat(const float* src, uint32_t width, uint32_t height, size_t 
                                                       1);
             continue;
         }
-        forEachStep<4>(width - 2, [&](uint32_t i) {
+        forEachAlignedStep<4>(width - 2, pixelsToAlignment(dxRow + 1, sizeof(float)), [&](uint32_t i) {
             const uint32_t x = 1 + i;
             const float32x4_t al = vld1q_f32(r.above + x - 1), a0 = vld1q_f32(r.above + x);
             const float32x4_t ar = vld1q_f32(r.above + x + 1), bl = vld1q_f32(r.below + x - 1);
