@@ -7,7 +7,8 @@
 //   flags  direction code in the low bits (0 = no gradient, 1 mostly
 //          horizontal gradient, 2 mostly vertical, 3 and 4 the diagonals),
 //          plus kLocalMaximum, kAboveLow and kAboveHigh
-//   mag    dx^2 + dy^2 of the smoothed image (at most 2 * 255^2 = 130050)
+//   mag    dx^2 + dy^2 of the smoothed image; a backward difference of a
+//          smoothed image is at most 128, so at most 32768
 // Only pixels at least two from every edge get a magnitude or flags; the
 // ring outside them stays 0, so no pixel there can join an edge.
 //
