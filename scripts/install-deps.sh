@@ -2,18 +2,21 @@
 # Installs the Debian packages that building and testing need, if missing.
 #   install-deps.sh          everything for the three test configurations
 #   install-deps.sh demo     only what the host build of the demo needs
-#   install-deps.sh bench    the benchmark tools, OpenCV included (optional peer)
+#   install-deps.sh bench    the benchmark tools, OpenCV and libyuv included (optional peers)
+#   install-deps.sh arm-bench  what scripts/bench-arm.sh needs
 set -euo pipefail
 
 demo=(cmake make g++ libsimde-dev)
 tests=("${demo[@]}" libgtest-dev googletest g++-arm-linux-gnueabihf qemu-user)
-bench=("${demo[@]}" libgtest-dev libbenchmark-dev libopencv-dev python3)
+bench=("${demo[@]}" libgtest-dev libbenchmark-dev libopencv-dev libyuv-dev python3)
+arm_bench=(cmake make gcc g++-arm-linux-gnueabihf qemu-user python3)
 
 case "${1:-tests}" in
   demo) wanted=("${demo[@]}") ;;
   tests) wanted=("${tests[@]}") ;;
   bench) wanted=("${bench[@]}") ;;
-  *) echo "usage: $0 [demo|tests|bench]" >&2; exit 2 ;;
+  arm-bench) wanted=("${arm_bench[@]}") ;;
+  *) echo "usage: $0 [demo|tests|bench|arm-bench]" >&2; exit 2 ;;
 esac
 
 missing=()

@@ -1,0 +1,434 @@
+// The program that scripts/bench-arm.sh runs under qemu-arm with the
+// instruction-counting plugin. For every slot that has a vector variant it
+// calls the reference (table in reference mode) and then the slot after mode
+// 2, three times each on a deterministic scene, and marks the second and
+// third call as one counting window; then it counts memcpy of the bytes the
+// operation writes the same way. It checks that mode 2 moved the slot and
+// that both implementations wrote the same bytes, and prints one label line
+// per window:
+//
+//   <reference|vector|memcpy> <slot> <units per call> <pixel|call>
+//
+// scripts/bench-arm.sh pairs these lines with the plugin's window counts.
+// Run without the plugin it is a plain check of every vector slot.
+//
+//   ombrix_armcount [--size WxH] [--only SUBSTRING]
+//
+// Each slot's function type selects how it is called (the workload()
+// overloads below), so a new operation type does not compile here until it
+// has its row.
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+#include <sys/syscall.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ombrixDemoImage.h"
+#include "ombrixInsnMark.h"
+#include "ombrixKernels.h"
+
+namespace {
+
+// A zero-initialised buffer on a 64-byte boundary, so that the alignment an
+// implementation sees, and with it its instruction count, is the same in
+// every run.
+class Bytes {
+public:
+    explicit Bytes(size_t size, uint8_t fill = 0) : size_(size) {
+        void* p = nullptr;
+        if (posix_memalign(&p, 64, size ? size : 1) != 0) abort();
+        data_.reset(static_cast<uint8_t*>(p));
+        memset(data_.get(), fill, size);
+    }
+    uint8_t* data() const { return data_.get(); }
+    size_t size() const { return size_; }
+    template <typename T>
+    T* as() const {
+        return reinterpret_cast<T*>(data_.get());
+    }
+
+private:
+    struct Free {
+        void operator()(uint8_t* p) const { free(p); }
+    };
+    std::unique_ptr<uint8_t, Free> data_;
+    size_t size_;
+};
+
+// The inputs every operation reads, derived from the demo's sample scene (a
+// picture with shading, hard edges, stripes and noise) cropped to w x h.
+struct Scene {
+    uint32_t w, h;
+    Bytes rgb, rgba, rgb565, gray, s16, s32, f32;
+    Bytes cb, cr;     // full-resolution chroma planes
+    Bytes preview;    // luma plane followed by a plane of Cr,Cb pairs (4:2:0)
+    Bytes nv12;       // luma plane followed by a plane of Cb,Cr pairs (4:2:0)
+    Bytes blocks;     // 8x8 blocks in minimum coded units
+
+    Scene(const Image& picture, uint32_t width, uint32_t height)
+        : w(width), h(height), rgb(pixels() * 3), rgba(pixels() * 4), rgb565(pixels() * 2), gray(pixels()),
+          s16(pixels() * 2), s32(pixels() * 4), f32(pixels() * 4), cb(pixels()), cr(pixels()),
+          preview(pixels() * 2), nv12(pixels() * 2), blocks(pixels() * 3 + 16 * 384) {
+        for (uint32_t y = 0; y < h; ++y) {
+            for (uint32_t x = 0; x < w; ++x) {
+                const uint8_t* p = picture.data() + (size_t{y} * picture.width + x) * 3;
+                const size_t i = size_t{y} * w + x;
+                const int r = p[0], g = p[1], b = p[2];
+                const int luma = (77 * r + 150 * g + 29 * b) >> 8;
+                memcpy(rgb.data() + 3 * i, p, 3);
+                memcpy(rgba.data() + 4 * i, p, 3);
+                rgba.data()[4 * i + 3] = 255;
+                const uint16_t word = static_cast<uint16_t>((r >> 3) << 11 | (g >> 2) << 5 | b >> 3);
+                memcpy(rgb565.data() + 2 * i, &word, 2);
+                gray.data()[i] = static_cast<uint8_t>(luma);
+                s16.as<int16_t>()[i] = static_cast<int16_t>(luma * 100 - 12000);
+                s32.as<int32_t>()[i] = luma * 30000 - 3800000;
+                f32.as<float>()[i] = static_cast<float>(luma);
+                cb.data()[i] = clampByte(128 + (b - luma) / 2);
+                cr.data()[i] = clampByte(128 + (r - luma) / 2);
+            }
+        }
+        // 4:2:0 frames: chroma of the top-left pixel of every 2x2 block.
+        for (uint8_t* frame : {preview.data(), nv12.data()}) memcpy(frame, gray.data(), pixels());
+        for (uint32_t y = 0; y < h / 2; ++y) {
+            for (uint32_t x = 0; x + 1 < w; x += 2) {
+                const size_t from = size_t{2 * y} * w + x, to = pixels() + size_t{y} * w + x;
+                preview.data()[to] = cr.data()[from], preview.data()[to + 1] = cb.data()[from];
+                nv12.data()[to] = cb.data()[from], nv12.data()[to + 1] = cr.data()[from];
+            }
+        }
+        // Block layouts: the picture's bytes in order, which keeps its edges
+        // and shading within each block.
+        for (size_t i = 0; i < blocks.size(); ++i) blocks.data()[i] = rgb.data()[i % rgb.size()];
+    }
+    size_t pixels() const { return size_t{w} * h; }
+    static uint8_t clampByte(int v) { return static_cast<uint8_t>(v < 0 ? 0 : v > 255 ? 255 : v); }
+
+    // Chroma for a subsampling (444, 422 or 420): planar Cb and Cr with
+    // `samples` per row, and the same as one plane of Cb,Cr pairs.
+    struct Chroma {
+        uint32_t samples;
+        Bytes cb, cr, pairs;
+    };
+    std::unique_ptr<Chroma> chroma(int subsampling) const {
+        const uint32_t step = subsampling == 444 ? 1 : 2, rowStep = subsampling == 420 ? 2 : 1;
+        const uint32_t samples = (w + step - 1) / step, rows = (h + rowStep - 1) / rowStep;
+        auto c = std::make_unique<Chroma>(Chroma{samples, Bytes(size_t{samples} * rows), Bytes(size_t{samples} * rows),
+                                                 Bytes(size_t{samples} * rows * 2)});
+        for (uint32_t y = 0; y < rows; ++y) {
+            for (uint32_t x = 0; x < samples; ++x) {
+                const size_t from = size_t{y * rowStep} * w + x * step, to = size_t{y} * samples + x;
+                c->cb.data()[to] = c->pairs.data()[2 * to] = cb.data()[from];
+                c->cr.data()[to] = c->pairs.data()[2 * to + 1] = cr.data()[from];
+            }
+        }
+        return c;
+    }
+};
+
+// How one function type is measured: units of work per call (pixels, or 1
+// for a call), the bytes it writes (the memcpy baseline), the sizes of its
+// output buffers, and the call itself.
+template <typename Fn>
+struct Workload {
+    double units;
+    size_t writtenBytes;
+    std::vector<size_t> outputs;
+    std::function<void(Fn*, const std::vector<Bytes>&)> call;
+};
+
+// The number in a name after `key` (e.g. 420 after "YCbCr"), or 0.
+int numberAfter(const std::string& name, const char* key) {
+    const size_t at = name.find(key);
+    return at == std::string::npos ? 0 : atoi(name.c_str() + at + strlen(key));
+}
+bool contains(const std::string& name, const char* part) { return name.find(part) != std::string::npos; }
+
+// ---- Workloads by function type ----------------------------------------------------
+
+Workload<obxCopy_fn> workload(const std::string&, const Scene& s, obxCopy_fn*) {
+    const size_t n = s.pixels();
+    return {double(n), n, {n}, [&s, n](obxCopy_fn* f, const std::vector<Bytes>& out) {
+                f(out[0].data(), s.gray.data(), static_cast<uint32_t>(n));
+            }};
+}
+
+// Some types are shared by operations that read different inputs; the name
+// tells them apart.
+
+// u8 -> u8 with a final parameter: the Gaussians (blurBorder = 1) and the
+// global threshold (at mid-gray).
+Workload<obxBlurBorderu8_fn> workload(const std::string& name, const Scene& s, obxBlurBorderu8_fn*) {
+    const uint32_t last = contains(name, "Threshold") ? 128 : 1;
+    return {double(s.pixels()), s.pixels(), {s.pixels()},
+            [&s, last](obxBlurBorderu8_fn* f, const std::vector<Bytes>& out) {
+                f(s.gray.data(), s.w, s.h, s.w, out[0].data(), s.w, last);
+            }};
+}
+
+// Image to image without parameters: the u8 neighbourhood filters, and the
+// colour conversions of RGB888 (bytes R, G, B) to gray or to interleaved
+// Y, Cr, Cb.
+Workload<obxNeighbourhoodu8_fn> workload(const std::string& name, const Scene& s, obxNeighbourhoodu8_fn*) {
+    const bool colour = contains(name, "Color");
+    const Bytes& src = colour ? s.rgb : s.gray;
+    const uint32_t in = colour ? 3 : 1, out = colour && !contains(name, "Gray") ? 3 : 1;
+    return {double(s.pixels()), s.pixels() * out, {s.pixels() * out},
+            [&s, &src, in, out](obxNeighbourhoodu8_fn* f, const std::vector<Bytes>& dst) {
+                f(src.data(), s.w, s.h, s.w * in, dst[0].data(), s.w * out);
+            }};
+}
+
+Workload<obxBlurBorders16_fn> workload(const std::string&, const Scene& s, obxBlurBorders16_fn*) {
+    const size_t n = s.pixels() * 2;
+    return {double(s.pixels()), n, {n}, [&s](obxBlurBorders16_fn* f, const std::vector<Bytes>& out) {
+                f(s.s16.as<int16_t>(), s.w, s.h, s.w * 2, out[0].as<int16_t>(), s.w * 2, 1);
+            }};
+}
+
+Workload<obxBlurBorders32_fn> workload(const std::string&, const Scene& s, obxBlurBorders32_fn*) {
+    const size_t n = s.pixels() * 4;
+    return {double(s.pixels()), n, {n}, [&s](obxBlurBorders32_fn* f, const std::vector<Bytes>& out) {
+                f(s.s32.as<int32_t>(), s.w, s.h, s.w * 4, out[0].as<int32_t>(), s.w * 4, 1);
+            }};
+}
+
+Workload<obxAdaptiveThresholdu8_fn> workload(const std::string&, const Scene& s, obxAdaptiveThresholdu8_fn*) {
+    return {double(s.pixels()), s.pixels(), {s.pixels()},
+            [&s](obxAdaptiveThresholdu8_fn* f, const std::vector<Bytes>& out) {
+                f(s.gray.data(), s.w, s.h, s.w, 255, 0, 4, out[0].data(), s.w);
+            }};
+}
+
+// Gradients: interleaved (dx, dy) pairs in one image, or planar dx and dy.
+template <typename T, typename Fn>
+Workload<Fn> interleavedGradients(const Scene& s) {
+    const size_t n = s.pixels() * 2 * sizeof(T);
+    return {double(s.pixels()), n, {n}, [&s](Fn* f, const std::vector<Bytes>& out) {
+                f(s.gray.data(), s.w, s.h, s.w, out[0].as<T>(), s.w * 2 * sizeof(T));
+            }};
+}
+template <typename T, typename Fn, typename Source>
+Workload<Fn> planarGradients(const Scene& s, const Source* src, uint32_t srcStride) {
+    const size_t n = s.pixels() * sizeof(T);
+    return {double(s.pixels()), 2 * n, {n, n}, [&s, src, srcStride](Fn* f, const std::vector<Bytes>& out) {
+                f(src, s.w, s.h, srcStride, out[0].as<T>(), out[1].as<T>(), s.w * sizeof(T));
+            }};
+}
+
+Workload<obxGradientInterleaveds16_fn> workload(const std::string&, const Scene& s, obxGradientInterleaveds16_fn*) {
+    return interleavedGradients<int16_t, obxGradientInterleaveds16_fn>(s);
+}
+Workload<obxGradientInterleavedf32_fn> workload(const std::string&, const Scene& s, obxGradientInterleavedf32_fn*) {
+    return interleavedGradients<float32_t, obxGradientInterleavedf32_fn>(s);
+}
+Workload<obxGradientPlanars16_fn> workload(const std::string&, const Scene& s, obxGradientPlanars16_fn*) {
+    return planarGradients<int16_t, obxGradientPlanars16_fn>(s, s.gray.data(), s.w);
+}
+Workload<obxGradientPlanars8_fn> workload(const std::string&, const Scene& s, obxGradientPlanars8_fn*) {
+    return planarGradients<int8_t, obxGradientPlanars8_fn>(s, s.gray.data(), s.w);
+}
+Workload<obxGradientPlanarf32_fn> workload(const std::string&, const Scene& s, obxGradientPlanarf32_fn*) {
+    return planarGradients<float32_t, obxGradientPlanarf32_fn>(s, s.gray.data(), s.w);
+}
+Workload<obxImageGradientSobelPlanarf32f32_v2_fn> workload(const std::string&, const Scene& s,
+                                                           obxImageGradientSobelPlanarf32f32_v2_fn*) {
+    return planarGradients<float32_t, obxImageGradientSobelPlanarf32f32_v2_fn>(s, s.f32.as<float32_t>(), s.w * 4);
+}
+
+// Edges at a quarter and a half of the strongest gradient, as in the demo.
+Workload<obxFilterCanny3x3u8_v2_fn> workload(const std::string&, const Scene& s, obxFilterCanny3x3u8_v2_fn*) {
+    return {double(s.pixels()), s.pixels(), {s.pixels()},
+            [&s](obxFilterCanny3x3u8_v2_fn* f, const std::vector<Bytes>& out) {
+                f(s.gray.data(), s.w, s.h, s.w, out[0].data(), s.w, 64, 128);
+            }};
+}
+
+// Output bytes per pixel of a YCbCr -> RGB operation, from its name.
+uint32_t rgbBytes(const std::string& name) { return contains(name, "RGBA8888") ? 4 : contains(name, "RGB888") ? 3 : 2; }
+
+Workload<obxYCbCrPlanarToRGBu8_fn> workload(const std::string& name, const Scene& s, obxYCbCrPlanarToRGBu8_fn*) {
+    const uint32_t bytes = rgbBytes(name);
+    std::shared_ptr<Scene::Chroma> c = s.chroma(numberAfter(name, "YCbCr"));
+    return {double(s.pixels()), s.pixels() * bytes, {s.pixels() * bytes},
+            [&s, c, bytes](obxYCbCrPlanarToRGBu8_fn* f, const std::vector<Bytes>& out) {
+                f(s.gray.data(), c->cb.data(), c->cr.data(), s.w, s.h, s.w, c->samples, c->samples, out[0].data(),
+                  s.w * bytes);
+            }};
+}
+
+Workload<obxYCbCrPseudoPlanarToRGBu8_fn> workload(const std::string& name, const Scene& s,
+                                                  obxYCbCrPseudoPlanarToRGBu8_fn*) {
+    const uint32_t bytes = rgbBytes(name);
+    std::shared_ptr<Scene::Chroma> c = s.chroma(numberAfter(name, "YCbCr"));
+    return {double(s.pixels()), s.pixels() * bytes, {s.pixels() * bytes},
+            [&s, c, bytes](obxYCbCrPseudoPlanarToRGBu8_fn* f, const std::vector<Bytes>& out) {
+                f(s.gray.data(), c->pairs.data(), s.w, s.h, s.w, c->samples * 2, out[0].data(), s.w * bytes);
+            }};
+}
+
+// Packed frames to packed RGB: the camera preview to RGB565 (4:2:0 with
+// Cb,Cr pairs) and the block layouts to RGB888.
+Workload<obxColorYUV420toRGB565u8_fn> workload(const std::string& name, const Scene& s, obxColorYUV420toRGB565u8_fn*) {
+    const bool preview = contains(name, "YUV420");
+    const Bytes& src = preview ? s.nv12 : s.blocks;
+    const uint32_t bytes = preview ? 2 : 3;
+    return {double(s.pixels()), s.pixels() * bytes, {s.pixels() * bytes},
+            [&s, &src](obxColorYUV420toRGB565u8_fn* f, const std::vector<Bytes>& out) {
+                f(src.data(), s.w, s.h, out[0].data());
+            }};
+}
+
+Workload<obxColorYCrCb420PseudoPlanarToRGB8888u8_fn> workload(const std::string&, const Scene& s,
+                                                              obxColorYCrCb420PseudoPlanarToRGB8888u8_fn*) {
+    return {double(s.pixels()), s.pixels() * 4, {s.pixels() * 4},
+            [&s](obxColorYCrCb420PseudoPlanarToRGB8888u8_fn* f, const std::vector<Bytes>& out) {
+                f(s.preview.data(), s.w, s.h, s.w, s.w, out[0].as<uint32_t>(), s.w * 4);
+            }};
+}
+
+// Row converters from packed RGB, called once for every row of the scene.
+// The input packing comes from the name's prefix (rgb565, rgb888, rgba8888),
+// the chroma density from its suffix: yuvp/yuv one sample per pixel,
+// yyuvp/yyuv one per two pixels.
+const Bytes& rowSource(const std::string& name, const Scene& s, uint32_t* bytesPerPixel) {
+    const bool rgb565 = name.rfind("rgb565", 0) == 0, rgba = name.rfind("rgba8888", 0) == 0;
+    *bytesPerPixel = rgb565 ? 2 : rgba ? 4 : 3;
+    return rgb565 ? s.rgb565 : rgba ? s.rgba : s.rgb;
+}
+size_t rowWrittenBytes(const std::string& name, const Scene& s) {
+    const bool chroma = contains(name, "2yuv") || contains(name, "2yyuv");
+    return s.pixels() + (!chroma ? 0 : contains(name, "2yyuv") ? s.pixels() : 2 * s.pixels());
+}
+
+Workload<obxRgbRowPlanar_fn> workload(const std::string& name, const Scene& s, obxRgbRowPlanar_fn*) {
+    uint32_t bpp;
+    const Bytes& src = rowSource(name, s, &bpp);
+    return {double(s.pixels()), rowWrittenBytes(name, s), {s.pixels(), s.pixels(), s.pixels()},
+            [&s, &src, bpp](obxRgbRowPlanar_fn* f, const std::vector<Bytes>& out) {
+                for (uint32_t y = 0; y < s.h; ++y) {
+                    const size_t row = size_t{y} * s.w;
+                    f(src.data() + row * bpp, out[0].data() + row, out[1].data() + row, out[2].data() + row, s.w);
+                }
+            }};
+}
+
+Workload<obxRgbRowInterleaved_fn> workload(const std::string& name, const Scene& s, obxRgbRowInterleaved_fn*) {
+    uint32_t bpp;
+    const Bytes& src = rowSource(name, s, &bpp);
+    return {double(s.pixels()), rowWrittenBytes(name, s), {s.pixels(), s.pixels() * 2},
+            [&s, &src, bpp](obxRgbRowInterleaved_fn* f, const std::vector<Bytes>& out) {
+                for (uint32_t y = 0; y < s.h; ++y) {
+                    const size_t row = size_t{y} * s.w;
+                    f(src.data() + row * bpp, out[0].data() + row, out[1].data() + 2 * row, s.w);
+                }
+            }};
+}
+
+Workload<obxRgbRowLuma_fn> workload(const std::string& name, const Scene& s, obxRgbRowLuma_fn*) {
+    uint32_t bpp;
+    const Bytes& src = rowSource(name, s, &bpp);
+    return {double(s.pixels()), s.pixels(), {s.pixels()},
+            [&s, &src, bpp](obxRgbRowLuma_fn* f, const std::vector<Bytes>& out) {
+                for (uint32_t y = 0; y < s.h; ++y) {
+                    const size_t row = size_t{y} * s.w;
+                    f(src.data() + row * bpp, out[0].data() + row, s.w);
+                }
+            }};
+}
+
+// ---- Counting -------------------------------------------------------------------------
+
+void markWindow(long phase) { syscall(OMBRIX_INSN_MARK, phase); }
+
+// Calls run() three times and counts the second and third call.
+void countSecondAndThird(const char* kind, const std::string& name, double units,
+                         const std::function<void()>& run) {
+    run();
+    markWindow(OMBRIX_INSN_MARK_BEGIN);
+    run();
+    run();
+    markWindow(OMBRIX_INSN_MARK_END);
+    printf("%s %s %.0f %s\n", kind, name.c_str(), 2 * units, units == 1 ? "call" : "pixel");
+    fflush(stdout);
+}
+
+std::vector<Bytes> makeOutputs(const std::vector<size_t>& sizes) {
+    std::vector<Bytes> out;
+    for (size_t size : sizes) out.emplace_back(size, 0x5A);
+    return out;
+}
+
+struct Options {
+    uint32_t width = 640, height = 480;
+    std::string only;
+};
+
+int failures = 0;
+
+template <typename Fn>
+void measure(const Options& options, const Scene& scene, const char* name, Fn** slot, Fn* reference) {
+    if (!options.only.empty() && !contains(name, options.only.c_str())) return;
+    const Workload<Fn> work = workload(name, scene, static_cast<Fn*>(nullptr));
+
+    obxSetOperationMode(OBX_MODE_REFERENCE);
+    const std::vector<Bytes> expected = makeOutputs(work.outputs);
+    countSecondAndThird("reference", name, work.units, [&] { work.call(reference, expected); });
+
+    if (obxSetOperationMode(OBX_MODE_VECTOR) != 0 || *slot == reference) {
+        fprintf(stderr, "%s: mode 2 left the slot on its reference\n", name);
+        ++failures;
+        return;
+    }
+    const std::vector<Bytes> actual = makeOutputs(work.outputs);
+    countSecondAndThird("vector", name, work.units, [&] { work.call(*slot, actual); });
+    for (size_t i = 0; i < actual.size(); ++i) {
+        if (memcmp(expected[i].data(), actual[i].data(), actual[i].size()) != 0) {
+            fprintf(stderr, "%s: output %zu differs from the reference\n", name, i);
+            ++failures;
+        }
+    }
+
+    const Bytes from(work.writtenBytes, 0x33), to(work.writtenBytes);
+    countSecondAndThird("memcpy", name, work.units, [&] { memcpy(to.data(), from.data(), from.size()); });
+}
+
+bool parseOptions(int argc, char** argv, Options* options) {
+    for (int i = 1; i < argc; ++i) {
+        if (!strcmp(argv[i], "--size") && i + 1 < argc) {
+            if (sscanf(argv[++i], "%ux%u", &options->width, &options->height) != 2) return false;
+        } else if (!strcmp(argv[i], "--only") && i + 1 < argc) {
+            options->only = argv[++i];
+        } else {
+            return false;
+        }
+    }
+    // The scene is cropped from a 640x480 picture; 4:2:0 needs even sizes.
+    return options->width >= 16 && options->width <= 640 && options->height >= 16 && options->height <= 480 &&
+           options->width % 2 == 0 && options->height % 2 == 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    if (!parseOptions(argc, argv, &options)) {
+        fprintf(stderr, "usage: %s [--size WxH] [--only SUBSTRING]  (even sizes, 16x16 to 640x480)\n", argv[0]);
+        return 2;
+    }
+    if (obxSetOperationMode(OBX_MODE_VECTOR) != 0) {
+        fprintf(stderr, "mode 2 refused: this processor description shows no usable vector unit "
+                        "(set OMBRIX_CPUINFO to a NEON one)\n");
+        return 1;
+    }
+    const Scene scene(makeSampleScene(), options.width, options.height);
+#define OBX_OP(name, reference, vector) measure(options, scene, #name, &name##_, reference);
+#define OBX_KERNEL(name, reference, vector) measure(options, scene, #name, &name##_, reference);
+#include "ombrixManifest.h"
+    return failures == 0 ? 0 : 1;
+}
