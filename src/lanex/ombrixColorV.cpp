@@ -27,13 +27,13 @@ struct Bytes16 {
     Bytes8 low, high;
 };
 inline Bytes16 splitBytes(uint8x16_t a) { return {vget_low_u8(a), vget_high_u8(a)}; }
+inline uint8x16_t narrowClamp(int16x8_t low, int16x8_t high) {
+    return vcombine_u8(vqmovun_s16(low), vqmovun_s16(high));
+}
 inline uint16x8_t mulWiden(Bytes8 a, uint8_t k) { return vmull_u8(a, vdup_n_u8(k)); }
 inline uint16x8_t mlsWiden(uint16x8_t acc, Bytes8 a, uint8_t k) { return vmlsl_u8(acc, a, vdup_n_u8(k)); }
 inline uint16x8_t addWiden(uint16x8_t acc, Bytes8 a) { return vaddw_u8(acc, a); }
 inline uint16x8_t subWiden(uint16x8_t acc, Bytes8 a) { return vsubw_u8(acc, a); }
-inline uint8x16_t narrowClamp(int16x8_t low, int16x8_t high) {
-    return vcombine_u8(vqmovun_s16(low), vqmovun_s16(high));
-}
 inline uint8x16x2_t loadPairs(const uint8_t* p) { return vld2q_u8(p); }
 inline void storePairs(uint8_t* p, uint8x16_t a, uint8x16_t b) {
     uint8x16x2_t v;
@@ -181,16 +181,36 @@ inline void store16(Rgb565, uint8_t* out, uint8x16_t r, uint8x16_t g, uint8x16_t
 #endif
 }
 
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+// 8 pixels of byte channels.
+inline void store8(Rgb888, uint8_t* out, uint8x8_t r, uint8x8_t g, uint8x8_t b) {
+    vst3_u8(out, (uint8x8x3_t{{r, g, b}}));
+}
+inline void store8(Rgba8888, uint8_t* out, uint8x8_t r, uint8x8_t g, uint8x8_t b) {
+    vst4_u8(out, (uint8x8x4_t{{r, g, b, vdup_n_u8(255)}}));
+}
+#endif
+
 // 16 pixels, each with its own sample: luma plus the terms of pixels 0-7
 // (`low`) and 8-15 (`high`) in 16-bit lanes, within -227..482, clamped by
-// the narrowing.
+// the narrowing. ARM stores byte channels 8 pixels at a time, so that each
+// narrowing lands straight in the store's register list (joining two halves
+// in one register costs moves); RGB565 packs whole registers.
 template <typename Format>
 inline void convert16(const uint8_t* y, ChromaTerms low, ChromaTerms high, uint8_t* out) {
     const Bytes16 luma = splitBytes(vld1q_u8(y));
-    auto channel = [&](uint16x8_t t0, uint16x8_t t1) {
-        return narrowClamp(vreinterpretq_s16_u16(addWiden(t0, luma.low)),
-                           vreinterpretq_s16_u16(addWiden(t1, luma.high)));
-    };
+    auto sum = [](uint16x8_t t, Bytes8 l) { return vreinterpretq_s16_u16(addWiden(t, l)); };
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+    if constexpr (Format::kBytes != 2) {
+        auto half = [&](uint8_t* at, ChromaTerms t, Bytes8 l) {
+            store8(Format{}, at, vqmovun_s16(sum(t.r, l)), vqmovun_s16(sum(t.g, l)), vqmovun_s16(sum(t.b, l)));
+        };
+        half(out, low, luma.low);
+        half(out + 8 * Format::kBytes, high, luma.high);
+        return;
+    }
+#endif
+    auto channel = [&](uint16x8_t t0, uint16x8_t t1) { return narrowClamp(sum(t0, luma.low), sum(t1, luma.high)); };
     store16(Format{}, out, channel(low.r, high.r), channel(low.g, high.g), channel(low.b, high.b));
 }
 
@@ -274,9 +294,11 @@ void perPixelRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t
 // length the last pixel, which has its sample alone, is left to the scalar
 // form.
 template <typename Format, uint32_t kStep, uint32_t kRows>
-OMBRIX_ALWAYS_INLINE void sharedChromaRows(const uint8_t* const (&y)[kRows], const uint8_t* cb, const uint8_t* cr,
-                                           uint8_t* const (&dst)[kRows], uint32_t length) {
+OMBRIX_ALWAYS_INLINE void sharedChromaRows(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb, const uint8_t* cr,
+                                           uint8_t* dst0, uint8_t* dst1, uint32_t length) {
     OMBRIX_ASSERT(length > 1);
+    const uint8_t* const y[2] = {y0, y1};
+    uint8_t* const dst[2] = {dst0, dst1};
     // 16 pixels of every row from luma[i] into out[i], with the samples from cbAt and crAt.
     auto pixels16 = [](const uint8_t* const* luma, uint8_t* const* out, const uint8_t* cbAt, const uint8_t* crAt) {
         const Chroma8 c = loadChroma8<kStep == 2>(cbAt, crAt, 0);
@@ -307,13 +329,13 @@ OMBRIX_ALWAYS_INLINE void sharedChromaRows(const uint8_t* const (&y)[kRows], con
 
 template <typename Format, uint32_t kStep>
 void sharedChromaRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, uint32_t length) {
-    sharedChromaRows<Format, kStep, 1>({y}, cb, cr, {dst}, length);
+    sharedChromaRows<Format, kStep, 1>(y, nullptr, cb, cr, dst, nullptr, length);
 }
 
 template <typename Format, uint32_t kStep>
 void sharedChromaTwoRows(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb, const uint8_t* cr, uint8_t* dst0,
                          uint8_t* dst1, uint32_t length) {
-    sharedChromaRows<Format, kStep, 2>({y0, y1}, cb, cr, {dst0, dst1}, length);
+    sharedChromaRows<Format, kStep, 2>(y0, y1, cb, cr, dst0, dst1, length);
 }
 
 OBX_YCBCR_ROW_CONVERTERS(perPixelRow, sharedChromaRow, sharedChromaTwoRows)
