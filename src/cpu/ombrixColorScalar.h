@@ -142,19 +142,19 @@ static inline void convertImage(Subsampling subsampling, bool interleaved, uint3
 // and yyuv2* one sample per two pixels, yyyyuvp2* and yyyyuv2* one sample
 // per 2x2 pixels, two rows at a time. The output order is R, G, B(, A)
 // whatever the names say.
-#define OBX_YCBCR_ROW_CONVERTERS(PerPixel, SharedChroma, SharedChromaTwoRows)                             \
-    constexpr ombrix_color::RowConverter* yuvp2bgr565 = PerPixel<ombrix_color::Rgb565, 1>;                \
-    constexpr ombrix_color::RowConverter* yuvp2bgr888 = PerPixel<ombrix_color::Rgb888, 1>;                \
-    constexpr ombrix_color::RowConverter* yuvp2bgra = PerPixel<ombrix_color::Rgba8888, 1>;                \
-    constexpr ombrix_color::RowConverter* yuv2bgr565 = PerPixel<ombrix_color::Rgb565, 2>;                 \
-    constexpr ombrix_color::RowConverter* yuv2bgr888 = PerPixel<ombrix_color::Rgb888, 2>;                 \
-    constexpr ombrix_color::RowConverter* yuv2bgra = PerPixel<ombrix_color::Rgba8888, 2>;                 \
-    constexpr ombrix_color::RowConverter* yyuvp2bgr565 = SharedChroma<ombrix_color::Rgb565, 1>;           \
-    constexpr ombrix_color::RowConverter* yyuvp2bgr888 = SharedChroma<ombrix_color::Rgb888, 1>;           \
-    constexpr ombrix_color::RowConverter* yyuvp2bgra = SharedChroma<ombrix_color::Rgba8888, 1>;           \
-    constexpr ombrix_color::RowConverter* yyuv2bgr565 = SharedChroma<ombrix_color::Rgb565, 2>;            \
-    constexpr ombrix_color::RowConverter* yyuv2bgr888 = SharedChroma<ombrix_color::Rgb888, 2>;            \
-    constexpr ombrix_color::RowConverter* yyuv2bgra = SharedChroma<ombrix_color::Rgba8888, 2>;            \
+#define OBX_YCBCR_ROW_CONVERTERS(PerPixel, SharedChroma, SharedChromaTwoRows)                               \
+    constexpr ombrix_color::RowConverter* yuvp2bgr565 = PerPixel<ombrix_color::Rgb565, 1>;                  \
+    constexpr ombrix_color::RowConverter* yuvp2bgr888 = PerPixel<ombrix_color::Rgb888, 1>;                  \
+    constexpr ombrix_color::RowConverter* yuvp2bgra = PerPixel<ombrix_color::Rgba8888, 1>;                  \
+    constexpr ombrix_color::RowConverter* yuv2bgr565 = PerPixel<ombrix_color::Rgb565, 2>;                   \
+    constexpr ombrix_color::RowConverter* yuv2bgr888 = PerPixel<ombrix_color::Rgb888, 2>;                   \
+    constexpr ombrix_color::RowConverter* yuv2bgra = PerPixel<ombrix_color::Rgba8888, 2>;                   \
+    constexpr ombrix_color::RowConverter* yyuvp2bgr565 = SharedChroma<ombrix_color::Rgb565, 1>;             \
+    constexpr ombrix_color::RowConverter* yyuvp2bgr888 = SharedChroma<ombrix_color::Rgb888, 1>;             \
+    constexpr ombrix_color::RowConverter* yyuvp2bgra = SharedChroma<ombrix_color::Rgba8888, 1>;             \
+    constexpr ombrix_color::RowConverter* yyuv2bgr565 = SharedChroma<ombrix_color::Rgb565, 2>;              \
+    constexpr ombrix_color::RowConverter* yyuv2bgr888 = SharedChroma<ombrix_color::Rgb888, 2>;              \
+    constexpr ombrix_color::RowConverter* yyuv2bgra = SharedChroma<ombrix_color::Rgba8888, 2>;              \
     constexpr ombrix_color::TwoRowConverter* yyyyuvp2bgr565 = SharedChromaTwoRows<ombrix_color::Rgb565, 1>; \
     constexpr ombrix_color::TwoRowConverter* yyyyuvp2bgr888 = SharedChromaTwoRows<ombrix_color::Rgb888, 1>; \
     constexpr ombrix_color::TwoRowConverter* yyyyuvp2bgra = SharedChromaTwoRows<ombrix_color::Rgba8888, 1>; \
@@ -180,54 +180,54 @@ static inline void convertImage(Subsampling subsampling, bool interleaved, uint3
 // PSEUDO_PLANAR(...) for each operation. The reference and the vector file
 // expand this list with their own definitions and their own row converters
 // (OBX_YCBCR_ROW_CONVERTERS).
-#define OBX_YCBCR_TO_RGB_OPERATIONS(PLANAR, PSEUDO_PLANAR)                                                     \
-    PLANAR(obxColorYCbCr444PlanarToRGB565u8, k444, Rgb565, yuvp2bgr565, OBX_YCBCR444_PLANAR_CONTRACT(2))        \
-    PLANAR(obxColorYCbCr444PlanarToRGB888u8, k444, Rgb888, yuvp2bgr888, OBX_YCBCR444_PLANAR_CONTRACT(3))        \
-    PLANAR(obxColorYCbCr444PlanarToRGBA8888u8, k444, Rgba8888, yuvp2bgra, OBX_YCBCR444_PLANAR_CONTRACT(4))      \
-    PLANAR(obxColorYCbCr422PlanarToRGB565u8, k422, Rgb565, yyuvp2bgr565, OBX_YCBCR42X_PLANAR_CONTRACT(2))       \
-    PLANAR(obxColorYCbCr422PlanarToRGB888u8, k422, Rgb888, yyuvp2bgr888, OBX_YCBCR42X_PLANAR_CONTRACT(3))       \
-    PLANAR(obxColorYCbCr422PlanarToRGBA8888u8, k422, Rgba8888, yyuvp2bgra, OBX_YCBCR42X_PLANAR_CONTRACT(4))     \
-    PLANAR(obxColorYCbCr420PlanarToRGB565u8, k420, Rgb565, yyyyuvp2bgr565, OBX_YCBCR42X_PLANAR_CONTRACT(2))       \
-    PLANAR(obxColorYCbCr420PlanarToRGB888u8, k420, Rgb888, yyyyuvp2bgr888, OBX_YCBCR42X_PLANAR_CONTRACT(3))       \
-    PLANAR(obxColorYCbCr420PlanarToRGBA8888u8, k420, Rgba8888, yyyyuvp2bgra, OBX_YCBCR42X_PLANAR_CONTRACT(4))     \
-    PSEUDO_PLANAR(obxColorYCbCr444PseudoPlanarToRGB565u8, k444, Rgb565, yuv2bgr565,                            \
-                  OBX_YCBCR444_PSEUDO_CONTRACT(2))                                                             \
-    PSEUDO_PLANAR(obxColorYCbCr444PseudoPlanarToRGB888u8, k444, Rgb888, yuv2bgr888,                            \
-                  OBX_YCBCR444_PSEUDO_CONTRACT(3))                                                             \
-    PSEUDO_PLANAR(obxColorYCbCr444PseudoPlanarToRGBA8888u8, k444, Rgba8888, yuv2bgra,                          \
-                  OBX_YCBCR444_PSEUDO_CONTRACT(4))                                                             \
-    PSEUDO_PLANAR(obxColorYCbCr422PseudoPlanarToRGB565u8, k422, Rgb565, yyuv2bgr565,                           \
-                  OBX_YCBCR42X_PSEUDO_CONTRACT(2))                                                             \
-    PSEUDO_PLANAR(obxColorYCbCr422PseudoPlanarToRGB888u8, k422, Rgb888, yyuv2bgr888,                           \
-                  OBX_YCBCR42X_PSEUDO_CONTRACT(3) && srcWidth > 1)                                             \
-    PSEUDO_PLANAR(obxColorYCbCr422PseudoPlanarToRGBA8888u8, k422, Rgba8888, yyuv2bgra,                         \
-                  OBX_YCBCR42X_PSEUDO_CONTRACT(4))                                                             \
-    PSEUDO_PLANAR(obxColorYCbCr420PseudoPlanarToRGB565u8, k420, Rgb565, yyyyuv2bgr565,                           \
-                  OBX_YCBCR42X_PSEUDO_CONTRACT(2))                                                             \
-    PSEUDO_PLANAR(obxColorYCbCr420PseudoPlanarToRGB888u8, k420, Rgb888, yyyyuv2bgr888,                           \
-                  OBX_YCBCR42X_PSEUDO_CONTRACT(3))                                                             \
-    PSEUDO_PLANAR(obxColorYCbCr420PseudoPlanarToRGBA8888u8, k420, Rgba8888, yyyyuv2bgra,                         \
+#define OBX_YCBCR_TO_RGB_OPERATIONS(PLANAR, PSEUDO_PLANAR)                                                    \
+    PLANAR(obxColorYCbCr444PlanarToRGB565u8, k444, Rgb565, yuvp2bgr565, OBX_YCBCR444_PLANAR_CONTRACT(2))      \
+    PLANAR(obxColorYCbCr444PlanarToRGB888u8, k444, Rgb888, yuvp2bgr888, OBX_YCBCR444_PLANAR_CONTRACT(3))      \
+    PLANAR(obxColorYCbCr444PlanarToRGBA8888u8, k444, Rgba8888, yuvp2bgra, OBX_YCBCR444_PLANAR_CONTRACT(4))    \
+    PLANAR(obxColorYCbCr422PlanarToRGB565u8, k422, Rgb565, yyuvp2bgr565, OBX_YCBCR42X_PLANAR_CONTRACT(2))     \
+    PLANAR(obxColorYCbCr422PlanarToRGB888u8, k422, Rgb888, yyuvp2bgr888, OBX_YCBCR42X_PLANAR_CONTRACT(3))     \
+    PLANAR(obxColorYCbCr422PlanarToRGBA8888u8, k422, Rgba8888, yyuvp2bgra, OBX_YCBCR42X_PLANAR_CONTRACT(4))   \
+    PLANAR(obxColorYCbCr420PlanarToRGB565u8, k420, Rgb565, yyyyuvp2bgr565, OBX_YCBCR42X_PLANAR_CONTRACT(2))   \
+    PLANAR(obxColorYCbCr420PlanarToRGB888u8, k420, Rgb888, yyyyuvp2bgr888, OBX_YCBCR42X_PLANAR_CONTRACT(3))   \
+    PLANAR(obxColorYCbCr420PlanarToRGBA8888u8, k420, Rgba8888, yyyyuvp2bgra, OBX_YCBCR42X_PLANAR_CONTRACT(4)) \
+    PSEUDO_PLANAR(obxColorYCbCr444PseudoPlanarToRGB565u8, k444, Rgb565, yuv2bgr565,                           \
+                  OBX_YCBCR444_PSEUDO_CONTRACT(2))                                                            \
+    PSEUDO_PLANAR(obxColorYCbCr444PseudoPlanarToRGB888u8, k444, Rgb888, yuv2bgr888,                           \
+                  OBX_YCBCR444_PSEUDO_CONTRACT(3))                                                            \
+    PSEUDO_PLANAR(obxColorYCbCr444PseudoPlanarToRGBA8888u8, k444, Rgba8888, yuv2bgra,                         \
+                  OBX_YCBCR444_PSEUDO_CONTRACT(4))                                                            \
+    PSEUDO_PLANAR(obxColorYCbCr422PseudoPlanarToRGB565u8, k422, Rgb565, yyuv2bgr565,                          \
+                  OBX_YCBCR42X_PSEUDO_CONTRACT(2))                                                            \
+    PSEUDO_PLANAR(obxColorYCbCr422PseudoPlanarToRGB888u8, k422, Rgb888, yyuv2bgr888,                          \
+                  OBX_YCBCR42X_PSEUDO_CONTRACT(3) && srcWidth > 1)                                            \
+    PSEUDO_PLANAR(obxColorYCbCr422PseudoPlanarToRGBA8888u8, k422, Rgba8888, yyuv2bgra,                        \
+                  OBX_YCBCR42X_PSEUDO_CONTRACT(4))                                                            \
+    PSEUDO_PLANAR(obxColorYCbCr420PseudoPlanarToRGB565u8, k420, Rgb565, yyyyuv2bgr565,                        \
+                  OBX_YCBCR42X_PSEUDO_CONTRACT(2))                                                            \
+    PSEUDO_PLANAR(obxColorYCbCr420PseudoPlanarToRGB888u8, k420, Rgb888, yyyyuv2bgr888,                        \
+                  OBX_YCBCR42X_PSEUDO_CONTRACT(3))                                                            \
+    PSEUDO_PLANAR(obxColorYCbCr420PseudoPlanarToRGBA8888u8, k420, Rgba8888, yyyyuv2bgra,                      \
                   OBX_YCBCR42X_PSEUDO_CONTRACT(4))
 
 // Defines `name##suffix` for every operation of the list: the contract, then
 // the image walk with this file's row converter. Pseudo-planar chroma is
 // walked as two planes one byte apart, sharing the one stride.
-#define OBX_YCBCR_DEFINE(suffix, name, subsampling, Format, row, contract, interleaved, parameters, ...)         \
-    void name##suffix parameters {                                                                              \
-        OMBRIX_ASSERT(contract);                                                                                \
-        ombrix_color::convertImage(ombrix_color::subsampling, interleaved, ombrix_color::Format::kBytes, row,   \
-                                   srcY, srcWidth, srcHeight, srcYStride, dst, dstStride, __VA_ARGS__);         \
+#define OBX_YCBCR_DEFINE(suffix, name, subsampling, Format, row, contract, interleaved, parameters, ...)      \
+    void name##suffix parameters {                                                                            \
+        OMBRIX_ASSERT(contract);                                                                              \
+        ombrix_color::convertImage(ombrix_color::subsampling, interleaved, ombrix_color::Format::kBytes, row, \
+                                   srcY, srcWidth, srcHeight, srcYStride, dst, dstStride, __VA_ARGS__);       \
     }
-#define OBX_YCBCR_DEFINE_PLANAR(suffix, name, subsampling, Format, row, contract)                              \
-    OBX_YCBCR_DEFINE(suffix, name, subsampling, Format, row, contract, false,                                  \
-                     (const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr, uint32_t srcWidth,       \
-                      uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCbStride, uint32_t srcCrStride,      \
-                      uint8_t* dst, uint32_t dstStride),                                                        \
+#define OBX_YCBCR_DEFINE_PLANAR(suffix, name, subsampling, Format, row, contract)                          \
+    OBX_YCBCR_DEFINE(suffix, name, subsampling, Format, row, contract, false,                              \
+                     (const uint8_t* srcY, const uint8_t* srcCb, const uint8_t* srcCr, uint32_t srcWidth,  \
+                      uint32_t srcHeight, uint32_t srcYStride, uint32_t srcCbStride, uint32_t srcCrStride, \
+                      uint8_t* dst, uint32_t dstStride),                                                   \
                      srcCb, srcCr, srcCbStride, srcCrStride)
-#define OBX_YCBCR_DEFINE_PSEUDO_PLANAR(suffix, name, subsampling, Format, row, contract)                        \
-    OBX_YCBCR_DEFINE(suffix, name, subsampling, Format, row, contract, true,                                   \
-                     (const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth, uint32_t srcHeight,          \
-                      uint32_t srcYStride, uint32_t srcCStride, uint8_t* dst, uint32_t dstStride),              \
+#define OBX_YCBCR_DEFINE_PSEUDO_PLANAR(suffix, name, subsampling, Format, row, contract)               \
+    OBX_YCBCR_DEFINE(suffix, name, subsampling, Format, row, contract, true,                           \
+                     (const uint8_t* srcY, const uint8_t* srcC, uint32_t srcWidth, uint32_t srcHeight, \
+                      uint32_t srcYStride, uint32_t srcCStride, uint8_t* dst, uint32_t dstStride),     \
                      srcC, srcC + 1, srcCStride, srcCStride)
 
 #endif  // OMBRIX_COLOR_SCALAR_H
