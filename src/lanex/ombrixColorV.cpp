@@ -1,6 +1,7 @@
-// Vector full-range YCbCr -> RGB conversions, 16 pixels per step (32 when
-// two pixels share a chroma sample; 4:2:0 converts two rows per pass with
-// one computation of their chroma terms), bit-exact with the reference.
+// Vector full-range YCbCr -> RGB conversions, 16 pixels per step (with 8
+// chroma samples when two pixels share one; 4:2:0 converts two rows per
+// pass with one computation of their chroma terms), bit-exact with the
+// reference.
 #include "ombrixAssert.h"
 #include "ombrixColorScalar.h"
 #include "ombrixKernels.h"
@@ -114,7 +115,7 @@ inline uint16x8_t highTerm(Bytes8 c, int bias) {
     static_assert(k > 256 && k < 512 && (r == 0 || r == 128), "a byte weight above 256, rounded by a shift");
     const uint16x8_t base = addWiden(vdupq_n_u16(static_cast<uint16_t>(bias - m)), c);
     const uint16x8_t product = mulWiden(c, k - 256);
-    // r = 128 is the rounding of a rounding shift, which adds it in wider lanes.
+    // r = 128 is the rounding of a rounding shift (50490 + 128 still fits 16 bits).
     return r ? vrsraq_n_u16(base, product, 8) : vsraq_n_u16(base, product, 8);
 }
 
@@ -288,11 +289,11 @@ void perPixelRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t
 }
 
 // One chroma sample per two pixels in kRows rows (one for 4:2:2, two for
-// 4:2:0): 16 pixels of every row per 8 samples, whose terms are computed
-// once for all rows; 32 pixels per step with 16 samples. The moved-back
-// step starts on an even pixel so that pairs keep their sample; with an odd
-// length the last pixel, which has its sample alone, is left to the scalar
-// form.
+// 4:2:0): 16 pixels of every row per step of 8 samples, whose terms are
+// computed once for all rows (steps of 16 samples run out of registers). The
+// moved-back step starts on an even pixel so that pairs keep their sample;
+// with an odd length the last pixel, which has its sample alone, is left to
+// the scalar form. y1 and dst1 are unused with one row.
 template <typename Format, uint32_t kStep, uint32_t kRows>
 OMBRIX_ALWAYS_INLINE void sharedChromaRows(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb, const uint8_t* cr,
                                            uint8_t* dst0, uint8_t* dst1, uint32_t length) {
