@@ -14,8 +14,11 @@
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 #endif
+#ifdef OMBRIX_HAVE_LIBYUV
+#include <libyuv.h>
+#endif
 
-// Benchmarks are named <operation>/<reference|vector|opencv>/<width>/<height>
+// Benchmarks are named <operation>/<reference|vector|opencv|libyuv>/<width>/<height>
 // and the bandwidth row copy/<width>/<height>; scripts/bench-ratios.py turns
 // a run into a table of ratios.
 

@@ -1,5 +1,5 @@
 // Full-range YCbCr -> RGB conversions: reference, vector variant and, when
-// available, OpenCV's nearest single-threaded conversion. The source is one
+// available, the nearest single-threaded conversions of OpenCV and libyuv. The source is one
 // packed buffer, luma then chroma (Cb plane and Cr plane, or the plane of
 // Cb,Cr pairs), which for 4:2:0 is exactly the I420 / NV12 layout.
 #include <benchmark/benchmark.h>
@@ -78,6 +78,54 @@ void timeOpenCv(benchmark::State& state, const Operation& op, int code) {
 }
 #endif
 
+#ifdef OMBRIX_HAVE_LIBYUV
+// libyuv's nearest conversions (its coefficients are limited-range BT.601,
+// ours full range: a speed peer only). Its format names spell a
+// little-endian word from the top byte down, so RAW is the bytes R, G, B and
+// ABGR the bytes R, G, B, A, as ours; its RGB565 puts R in the top bits where
+// ours puts B, the same work with the channels swapped. It has no 4:2:2 or
+// 4:4:4 pseudo-planar input and no 4:4:4 to RGB565.
+typedef int PlanarToRgb(const uint8_t* y, int yStride, const uint8_t* u, int uStride, const uint8_t* v,
+                        int vStride, uint8_t* dst, int dstStride, int width, int height);
+typedef int PseudoPlanarToRgb(const uint8_t* y, int yStride, const uint8_t* uv, int uvStride, uint8_t* dst,
+                              int dstStride, int width, int height);
+
+struct LibyuvPeer {
+    const char* operation;
+    PlanarToRgb* planar;
+    PseudoPlanarToRgb* pseudoPlanar;
+};
+
+const LibyuvPeer kLibyuvPeers[] = {
+    {"obxColorYCbCr444PlanarToRGB888u8", libyuv::I444ToRAW, nullptr},
+    {"obxColorYCbCr444PlanarToRGBA8888u8", libyuv::I444ToABGR, nullptr},
+    {"obxColorYCbCr422PlanarToRGB565u8", libyuv::I422ToRGB565, nullptr},
+    {"obxColorYCbCr422PlanarToRGB888u8", libyuv::I422ToRAW, nullptr},
+    {"obxColorYCbCr422PlanarToRGBA8888u8", libyuv::I422ToABGR, nullptr},
+    {"obxColorYCbCr420PlanarToRGB565u8", libyuv::I420ToRGB565, nullptr},
+    {"obxColorYCbCr420PlanarToRGB888u8", libyuv::I420ToRAW, nullptr},
+    {"obxColorYCbCr420PlanarToRGBA8888u8", libyuv::I420ToABGR, nullptr},
+    {"obxColorYCbCr420PseudoPlanarToRGB565u8", nullptr, libyuv::NV12ToRGB565},
+    {"obxColorYCbCr420PseudoPlanarToRGB888u8", nullptr, libyuv::NV12ToRAW},
+    {"obxColorYCbCr420PseudoPlanarToRGBA8888u8", nullptr, libyuv::NV12ToABGR},
+};
+
+void timeLibyuv(benchmark::State& state, const Operation& op, LibyuvPeer peer) {
+    const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
+    Source src(op.subsampling, w, h);
+    Image<uint8_t> dst(w * op.bytes, h);
+    const int chroma = static_cast<int>(src.chromaWidth), dstStride = static_cast<int>(dst.strideBytes());
+    for (auto _ : state) {
+        if (peer.planar)
+            peer.planar(src.y(), w, src.cb(), chroma, src.cr(), chroma, dst.data(), dstStride, w, h);
+        else
+            peer.pseudoPlanar(src.y(), w, src.cb(), 2 * chroma, dst.data(), dstStride, w, h);
+        benchmark::ClobberMemory();
+    }
+    ombrix_bench::setImageCounters(state, 1);
+}
+#endif
+
 const bool kRegistered = [] {
     for (const Operation& op : ombrix_color_ops::kOperations) {
         const std::string name = op.name;
@@ -89,6 +137,12 @@ const bool kRegistered = [] {
         if (const int code = openCvCode(op); code >= 0)
             benchmark::RegisterBenchmark((name + "/opencv").c_str(), timeOpenCv, op, code)
                 ->Apply(ombrix_bench::imageSizes);
+#endif
+#ifdef OMBRIX_HAVE_LIBYUV
+        for (const LibyuvPeer& peer : kLibyuvPeers)
+            if (name == peer.operation)
+                benchmark::RegisterBenchmark((name + "/libyuv").c_str(), timeLibyuv, op, peer)
+                    ->Apply(ombrix_bench::imageSizes);
 #endif
     }
     return true;

@@ -1,5 +1,6 @@
 // Camera-preview and block-layout conversions from YCbCr to RGB: reference,
-// vector variant and, for the preview conversions, OpenCV single-threaded.
+// vector variant and, for the preview conversions, OpenCV and libyuv
+// single-threaded.
 // OpenCV has no video-range 4:2:0 to RGB565 conversion; its nearest is the
 // 4:2:0 (Cb,Cr pairs) to RGB888 conversion, which writes more bytes but packs
 // nothing and rotates nothing. Block layouts have no OpenCV counterpart.
@@ -92,6 +93,31 @@ BENCHMARK_TEMPLATE(BM_OpenCvYuv, cv::COLOR_YUV2RGB_NV12, CV_8UC3)
     ->Apply(ombrix_bench::imageSizes);
 BENCHMARK_TEMPLATE(BM_OpenCvYuv, cv::COLOR_YUV2RGB_NV12, CV_8UC3)
     ->Name("obxColorYUV420toRGB565u8Rotate180/opencv")
+    ->Apply(ombrix_bench::imageSizes);
+#endif
+
+#ifdef OMBRIX_HAVE_LIBYUV
+// libyuv names spell a little-endian word from the top byte down: NV21 is
+// Cr,Cb pairs and ABGR the bytes R, G, B, A, as ours. Its RGB565 has R in the
+// top bits where ours has B (the same work), and it does not rotate.
+void BM_LibyuvNv21ToAbgr(benchmark::State& state) {
+    timeConversion<uint8_t>(state, 4, [](Yuv420& src, uint32_t w, uint32_t h, uint8_t* dst) {
+        const uint8_t* y = src.planes.data();
+        libyuv::NV21ToABGR(y, w, y + static_cast<size_t>(w) * h, w, dst, 4 * w, w, h);
+    });
+}
+void BM_LibyuvNv12ToRgb565(benchmark::State& state) {
+    timeConversion<uint8_t>(state, 2, [](Yuv420& src, uint32_t w, uint32_t h, uint8_t* dst) {
+        const uint8_t* y = src.planes.data();
+        libyuv::NV12ToRGB565(y, w, y + static_cast<size_t>(w) * h, w, dst, 2 * w, w, h);
+    });
+}
+BENCHMARK(BM_LibyuvNv21ToAbgr)
+    ->Name("obxColorYCrCb420PseudoPlanarToRGB8888u8/libyuv")
+    ->Apply(ombrix_bench::imageSizes);
+BENCHMARK(BM_LibyuvNv12ToRgb565)->Name("obxColorYUV420toRGB565u8/libyuv")->Apply(ombrix_bench::imageSizes);
+BENCHMARK(BM_LibyuvNv12ToRgb565)
+    ->Name("obxColorYUV420toRGB565u8Rotate180/libyuv")
     ->Apply(ombrix_bench::imageSizes);
 #endif
 

@@ -1,5 +1,5 @@
 // RGB to YCbCr and gray: reference, vector variant and the nearest OpenCV
-// conversion. The YCbCr layouts have no vector variant of their own; their
+// and libyuv conversions. The YCbCr layouts have no vector variant of their own; their
 // row converters come through the table, so each layout runs once on the
 // reference table and once on the vector table.
 #include "ombrixBenchSupport.h"
@@ -99,6 +99,51 @@ void BM_OpenCv(benchmark::State& state) {
 BENCHMARK_TEMPLATE(BM_OpenCv, cv::COLOR_RGB2GRAY, CV_8UC1, 2)->Name("obxColorRGB888ToGrayu8/opencv")->Apply(ombrix_bench::imageSizes);
 BENCHMARK_TEMPLATE(BM_OpenCv, cv::COLOR_RGB2YCrCb, CV_8UC3, 2)->Name("obxColorRGB888toYCrCbu8_v2/opencv")->Apply(ombrix_bench::imageSizes);
 BENCHMARK_TEMPLATE(BM_OpenCv, cv::COLOR_BGR2YUV_I420, CV_8UC1, 3)->Name("obxColorRGB888ToYCbCr420Planaru8/opencv")->Apply(ombrix_bench::imageSizes);
+#endif
+
+#ifdef OMBRIX_HAVE_LIBYUV
+// libyuv names spell a little-endian word from the top byte down: RAW is the
+// bytes R, G, B and ABGR the bytes R, G, B, A, as ours. J400 is its
+// full-range gray; its I420 is limited range. It has no packed RGB input to
+// 4:2:0 pairs, 4:4:4 or RGB565 4:2:2 that matches ours.
+struct I420 {
+    Image<uint8_t> y, cb, cr;
+    I420(uint32_t w, uint32_t h) : y(w, h), cb(w / 2, h / 2), cr(w / 2, h / 2) {}
+};
+
+template <uint32_t Bytes, typename Convert>
+void timeLibyuv(benchmark::State& state, Convert convert) {
+    const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
+    Source src(w, h, Bytes);
+    I420 out(w, h);
+    for (auto _ : state) {
+        convert(src.data(), Bytes * w, out, w, h);
+        benchmark::ClobberMemory();
+    }
+    ombrix_bench::setImageCounters(state, Bytes);
+}
+void BM_LibyuvRawToJ400(benchmark::State& state) {
+    timeLibyuv<3>(state, [](const uint8_t* src, int stride, I420& out, int w, int h) {
+        libyuv::RAWToJ400(src, stride, out.y.data(), w, w, h);
+    });
+}
+void BM_LibyuvRawToI420(benchmark::State& state) {
+    timeLibyuv<3>(state, [](const uint8_t* src, int stride, I420& out, int w, int h) {
+        libyuv::RAWToI420(src, stride, out.y.data(), w, out.cb.data(), w / 2, out.cr.data(), w / 2, w, h);
+    });
+}
+void BM_LibyuvAbgrToI420(benchmark::State& state) {
+    timeLibyuv<4>(state, [](const uint8_t* src, int stride, I420& out, int w, int h) {
+        libyuv::ABGRToI420(src, stride, out.y.data(), w, out.cb.data(), w / 2, out.cr.data(), w / 2, w, h);
+    });
+}
+BENCHMARK(BM_LibyuvRawToJ400)->Name("obxColorRGB888ToGrayu8/libyuv")->Apply(ombrix_bench::imageSizes);
+BENCHMARK(BM_LibyuvRawToI420)
+    ->Name("obxColorRGB888ToYCbCr420Planaru8/libyuv")
+    ->Apply(ombrix_bench::imageSizes);
+BENCHMARK(BM_LibyuvAbgrToI420)
+    ->Name("obxColorRGBA8888ToYCbCr420Planaru8/libyuv")
+    ->Apply(ombrix_bench::imageSizes);
 #endif
 
 OMBRIX_BENCH_COPY_ROW();

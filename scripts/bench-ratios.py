@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Runs benchmark programs and prints, per operation and image size, the
 ratios that matter: reference time / vector time (speed-up), OpenCV time /
-vector time (above 1: we are faster), and vector time / plain copy time.
+vector time and libyuv time / vector time (above 1: we are faster), and
+vector time / plain copy time.
 
 Benchmarks are named <operation>/<implementation>/<width>/<height>, with the
-implementation one of reference, vector, opencv; the copy row is
+implementation one of reference, vector, opencv, libyuv; the copy row is
 copy/<width>/<height>. Usage: bench-ratios.py PROGRAM... [-- BENCHMARK FLAGS]
 """
 import json
@@ -42,11 +43,11 @@ def main(argv):
     def ratio(a, b):
         return f"{a / b:8.2f}" if a and b else "       -"
 
-    print(f"{'operation':44} {'size':>10} {'ref/vec':>8} {'cv/vec':>8} {'vec/copy':>8}")
+    print(f"{'operation':44} {'size':>10} {'ref/vec':>8} {'cv/vec':>8} {'yuv/vec':>8} {'vec/copy':>8}")
     for (operation, size), t in sorted(times.items(), key=lambda kv: (kv[0][0], int(kv[0][1][0]))):
         vec = t.get("vector")
         print(f"{operation:44} {'x'.join(size):>10} {ratio(t.get('reference'), vec)} "
-              f"{ratio(t.get('opencv'), vec)} {ratio(vec, copy.get(size))}")
+              f"{ratio(t.get('opencv'), vec)} {ratio(t.get('libyuv'), vec)} {ratio(vec, copy.get(size))}")
 
 
 if __name__ == "__main__":

@@ -6,7 +6,6 @@
 
 namespace {
 
-
 // One chroma sample per pixel, at cb[x * kStep] and cr[x * kStep].
 template <typename Format, uint32_t kStep>
 void perPixelRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, uint32_t length) {
@@ -30,7 +29,15 @@ void sharedChromaRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uin
         storePixel(Format{}, dst + (x + 1) * Format::kBytes, ombrix_color::ycbcrToRgb(y[x + 1], *cb, *cr));
 }
 
-OBX_YCBCR_ROW_CONVERTERS(perPixelRow, sharedChromaRow)
+// Two rows with one row of chroma: each as a row of shared chroma.
+template <typename Format, uint32_t kStep>
+void sharedChromaTwoRows(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb, const uint8_t* cr, uint8_t* dst0,
+                         uint8_t* dst1, uint32_t length) {
+    sharedChromaRow<Format, kStep>(y0, cb, cr, dst0, length);
+    sharedChromaRow<Format, kStep>(y1, cb, cr, dst1, length);
+}
+
+OBX_YCBCR_ROW_CONVERTERS(perPixelRow, sharedChromaRow, sharedChromaTwoRows)
 
 }  // namespace
 

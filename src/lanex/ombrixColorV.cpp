@@ -1,5 +1,7 @@
-// Vector full-range YCbCr -> RGB conversions, 16 pixels per step (32 when
-// two pixels share a chroma sample), bit-exact with the reference.
+// Vector full-range YCbCr -> RGB conversions, 16 pixels per step (with 8
+// chroma samples when two pixels share one; 4:2:0 converts two rows per
+// pass with one computation of their chroma terms), bit-exact with the
+// reference.
 #include "ombrixAssert.h"
 #include "ombrixColorScalar.h"
 #include "ombrixKernels.h"
@@ -11,18 +13,28 @@ using ombrix_color::Rgb565;
 using ombrix_color::Rgb888;
 using ombrix_color::Rgba8888;
 
-// ---- Widening, saturating narrowing, interleaved loads and stores -----------------------
+// ---- Bytes in 16-bit arithmetic, saturating narrowing, interleaved loads and stores -----
 //
-// ARM has fused instructions on d registers and structure loads and stores;
-// on hosts, where SIMDe emulates the 64-bit vector types and the structure
-// accesses at a high cost, the same values come from 128-bit interleaves
-// (with zero, to widen), a clamp followed by a de-interleave, and zips of
-// whole registers stored one at a time.
+// ARM has fused instructions on d registers, which multiply, add and
+// subtract 8 bytes straight into 16-bit lanes, and structure loads and
+// stores; on hosts, where SIMDe emulates the 64-bit vector types and the
+// structure accesses at a high cost, bytes are widened 16 at a time by
+// interleaving with zero and the same values come from 128-bit arithmetic,
+// a clamp followed by a de-interleave, and zips of whole registers stored
+// one at a time. Bytes8 is 8 bytes as that arithmetic takes them.
 #if defined(__ARM_NEON) || defined(__ARM_NEON__)
-inline uint16x8x2_t widenU8(uint8x16_t a) { return {{vmovl_u8(vget_low_u8(a)), vmovl_u8(vget_high_u8(a))}}; }
+typedef uint8x8_t Bytes8;
+struct Bytes16 {
+    Bytes8 low, high;
+};
+inline Bytes16 splitBytes(uint8x16_t a) { return {vget_low_u8(a), vget_high_u8(a)}; }
 inline uint8x16_t narrowClamp(int16x8_t low, int16x8_t high) {
     return vcombine_u8(vqmovun_s16(low), vqmovun_s16(high));
 }
+inline uint16x8_t mulWiden(Bytes8 a, uint8_t k) { return vmull_u8(a, vdup_n_u8(k)); }
+inline uint16x8_t mlsWiden(uint16x8_t acc, Bytes8 a, uint8_t k) { return vmlsl_u8(acc, a, vdup_n_u8(k)); }
+inline uint16x8_t addWiden(uint16x8_t acc, Bytes8 a) { return vaddw_u8(acc, a); }
+inline uint16x8_t subWiden(uint16x8_t acc, Bytes8 a) { return vsubw_u8(acc, a); }
 inline uint8x16x2_t loadPairs(const uint8_t* p) { return vld2q_u8(p); }
 inline void storePairs(uint8_t* p, uint8x16_t a, uint8x16_t b) {
     uint8x16x2_t v;
@@ -39,10 +51,18 @@ inline void storeQuads(uint8_t* p, uint8x16_t a, uint8x16_t b, uint8x16_t c, uin
     vst4q_u8(p, v);
 }
 #else
-inline uint16x8x2_t widenU8(uint8x16_t a) {
+typedef uint16x8_t Bytes8;
+struct Bytes16 {
+    Bytes8 low, high;
+};
+inline Bytes16 splitBytes(uint8x16_t a) {
     const uint8x16x2_t z = vzipq_u8(a, vdupq_n_u8(0));
-    return {{vreinterpretq_u16_u8(z.val[0]), vreinterpretq_u16_u8(z.val[1])}};
+    return {vreinterpretq_u16_u8(z.val[0]), vreinterpretq_u16_u8(z.val[1])};
 }
+inline uint16x8_t mulWiden(Bytes8 a, uint8_t k) { return mulConst(a, k); }
+inline uint16x8_t mlsWiden(uint16x8_t acc, Bytes8 a, uint8_t k) { return vmlsq_u16(acc, a, multiplierU16(k)); }
+inline uint16x8_t addWiden(uint16x8_t acc, Bytes8 a) { return vaddq_u16(acc, a); }
+inline uint16x8_t subWiden(uint16x8_t acc, Bytes8 a) { return vsubq_u16(acc, a); }
 inline uint8x16_t narrowClamp(int16x8_t low, int16x8_t high) {
     const int16x8_t zero = vdupq_n_s16(0), top = vdupq_n_s16(255);
     const int16x8_t l = vminq_s16(vmaxq_s16(low, zero), top), h = vminq_s16(vmaxq_s16(high, zero), top);
@@ -82,31 +102,35 @@ inline void storeTriples(uint8_t* p, uint8x16_t a, uint8x16_t b, uint8x16_t c) {
 //     m and r (0 or 128) fixed by k, so T = C - m + ((k' C + r) >> 8);
 //   G, with 183 = 256 - 73 and 128 (1 + 88 + 183) = 256 * 136:
 //     T = 136 - Cr + ((73 Cr - 88 Cb) >> 8), an arithmetic shift.
-// The lanes hold T + kBias (computed modulo 2^16; the shifted products are
-// non-negative for R and B and fit signed 16 bits for G).
+// The lanes hold T + kBias, computed modulo 2^16 from the bytes of 8
+// samples: the products k' C <= 198 * 255 = 50490 fit unsigned 16 bits, and
+// 73 Cr - 88 Cb, within -22440..18615, is exact as a signed 16-bit value.
 struct ChromaTerms {
     uint16x8_t r, g, b;
 };
 
 template <int k>
-inline uint16x8_t highTerm(uint16x8_t c, int bias) {
+inline uint16x8_t highTerm(Bytes8 c, int bias) {
     constexpr int lost = 128 * k - 128, m = (lost + 255) / 256, r = 256 * m - lost;
-    uint16x8_t product = mulConst(c, k - 256);
-    if (r != 0) product = vaddq_u16(product, vdupq_n_u16(r));
-    return vsraq_n_u16(vaddq_u16(c, vdupq_n_u16(static_cast<uint16_t>(bias - m))), product, 8);
+    static_assert(k > 256 && k < 512 && (r == 0 || r == 128), "a byte weight above 256, rounded by a shift");
+    const uint16x8_t base = addWiden(vdupq_n_u16(static_cast<uint16_t>(bias - m)), c);
+    const uint16x8_t product = mulWiden(c, k - 256);
+    // r = 128 is the rounding of a rounding shift (50490 + 128 still fits 16 bits).
+    return r ? vrsraq_n_u16(base, product, 8) : vsraq_n_u16(base, product, 8);
 }
 
 constexpr int kGreenBase = 128 * (1 + ombrix_color::kCbToG + ombrix_color::kCrToG);
 static_assert(kGreenBase % 256 == 0, "the green constant leaves the shift whole");
 
 template <int kBias>
-inline ChromaTerms chromaTerms(uint16x8_t cb, uint16x8_t cr) {
+inline ChromaTerms chromaTerms(Bytes8 cb, Bytes8 cr) {
     ChromaTerms t;
     t.r = highTerm<ombrix_color::kCrToR>(cr, kBias);
     t.b = highTerm<ombrix_color::kCbToB>(cb, kBias);
-    const int16x8_t cbS = vreinterpretq_s16_u16(cb), crS = vreinterpretq_s16_u16(cr);
-    const int16x8_t green = mlsConst(mulConst(crS, 256 - ombrix_color::kCrToG), cbS, ombrix_color::kCbToG);
-    t.g = vreinterpretq_u16_s16(vsraq_n_s16(vsubq_s16(vdupq_n_s16(kBias + kGreenBase / 256), crS), green, 8));
+    const int16x8_t green =
+        vreinterpretq_s16_u16(mlsWiden(mulWiden(cr, 256 - ombrix_color::kCrToG), cb, ombrix_color::kCbToG));
+    const uint16x8_t base = subWiden(vdupq_n_u16(static_cast<uint16_t>(kBias + kGreenBase / 256)), cr);
+    t.g = vreinterpretq_u16_s16(vsraq_n_s16(vreinterpretq_s16_u16(base), green, 8));
     return t;
 }
 
@@ -158,34 +182,78 @@ inline void store16(Rgb565, uint8_t* out, uint8x16_t r, uint8x16_t g, uint8x16_t
 #endif
 }
 
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+// 8 pixels of byte channels.
+inline void store8(Rgb888, uint8_t* out, uint8x8_t r, uint8x8_t g, uint8x8_t b) {
+    vst3_u8(out, (uint8x8x3_t{{r, g, b}}));
+}
+inline void store8(Rgba8888, uint8_t* out, uint8x8_t r, uint8x8_t g, uint8x8_t b) {
+    vst4_u8(out, (uint8x8x4_t{{r, g, b, vdup_n_u8(255)}}));
+}
+#endif
+
 // 16 pixels, each with its own sample: luma plus the terms of pixels 0-7
-// (`low`) and 8-15 (`high`) in 16-bit lanes, clamped by the narrowing.
+// (`low`) and 8-15 (`high`) in 16-bit lanes, within -227..482, clamped by
+// the narrowing. ARM stores byte channels 8 pixels at a time, so that each
+// narrowing lands straight in the store's register list (joining two halves
+// in one register costs moves); RGB565 packs whole registers.
 template <typename Format>
 inline void convert16(const uint8_t* y, ChromaTerms low, ChromaTerms high, uint8_t* out) {
-    const uint16x8x2_t luma = widenU8(vld1q_u8(y));
-    const int16x8_t y0 = vreinterpretq_s16_u16(luma.val[0]), y1 = vreinterpretq_s16_u16(luma.val[1]);
-    auto channel = [&](uint16x8_t t0, uint16x8_t t1) {
-        return narrowClamp(vaddq_s16(y0, vreinterpretq_s16_u16(t0)), vaddq_s16(y1, vreinterpretq_s16_u16(t1)));
-    };
+    const Bytes16 luma = splitBytes(vld1q_u8(y));
+    auto sum = [](uint16x8_t t, Bytes8 l) { return vreinterpretq_s16_u16(addWiden(t, l)); };
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+    if constexpr (Format::kBytes != 2) {
+        auto half = [&](uint8_t* at, ChromaTerms t, Bytes8 l) {
+            store8(Format{}, at, vqmovun_s16(sum(t.r, l)), vqmovun_s16(sum(t.g, l)), vqmovun_s16(sum(t.b, l)));
+        };
+        half(out, low, luma.low);
+        half(out + 8 * Format::kBytes, high, luma.high);
+        return;
+    }
+#endif
+    auto channel = [&](uint16x8_t t0, uint16x8_t t1) { return narrowClamp(sum(t0, luma.low), sum(t1, luma.high)); };
     store16(Format{}, out, channel(low.r, high.r), channel(low.g, high.g), channel(low.b, high.b));
 }
 
-// 16 pixels, two to a sample, with the terms of 8 samples: in bytes.
-template <typename Format>
-inline void convertPairs16(const uint8_t* y, ChromaTerms t, uint8_t* out) {
-    const uint8x16_t luma = vld1q_u8(y);
-    store16(Format{}, out, addClamped(luma, pairBytes(t.r)), addClamped(luma, pairBytes(t.g)),
-            addClamped(luma, pairBytes(t.b)));
-}
+// Cb and Cr of some samples.
+struct Chroma8 {
+    Bytes8 cb, cr;
+};
+struct Chroma16 {
+    Chroma8 low, high;
+};
 
 // 16 chroma samples from index k: planes, or Cb,Cr pairs at cb[2k].
 template <bool kInterleaved>
-inline uint8x16x2_t loadChroma16(const uint8_t* cb, const uint8_t* cr, uint32_t k) {
-    if (kInterleaved) return loadPairs(cb + 2 * k);
+inline Chroma16 loadChroma16(const uint8_t* cb, const uint8_t* cr, uint32_t k) {
     uint8x16x2_t c;
-    c.val[0] = vld1q_u8(cb + k);
-    c.val[1] = vld1q_u8(cr + k);
-    return c;
+    if (kInterleaved) {
+        c = loadPairs(cb + 2 * k);
+    } else {
+        c.val[0] = vld1q_u8(cb + k);
+        c.val[1] = vld1q_u8(cr + k);
+    }
+    const Bytes16 b = splitBytes(c.val[0]), r = splitBytes(c.val[1]);
+    return {{b.low, r.low}, {b.high, r.high}};
+}
+
+// 8 chroma samples from index k. Hosts take 8 pairs as 16-bit lanes, Cb
+// in the low byte.
+template <bool kInterleaved>
+inline Chroma8 loadChroma8(const uint8_t* cb, const uint8_t* cr, uint32_t k) {
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+    if (kInterleaved) {
+        const uint8x8x2_t c = vld2_u8(cb + 2 * k);
+        return {c.val[0], c.val[1]};
+    }
+    return {vld1_u8(cb + k), vld1_u8(cr + k)};
+#else
+    if (kInterleaved) {
+        const uint16x8_t pairs = vreinterpretq_u16_u8(vld1q_u8(cb + 2 * k));
+        return {vandq_u16(pairs, vdupq_n_u16(0xFF)), vshrq_n_u16(pairs, 8)};
+    }
+    return {vmovl_u8(vld1_u8(cb + k)), vmovl_u8(vld1_u8(cr + k))};
+#endif
 }
 
 // ---- Row converters ---------------------------------------------------------------------
@@ -207,9 +275,8 @@ inline void scalarPixels(const uint8_t* y, const uint8_t* cb, const uint8_t* cr,
 template <typename Format, uint32_t kStep>
 void perPixelRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, uint32_t length) {
     auto step = [&](uint32_t x) {
-        const uint8x16x2_t c = loadChroma16<kStep == 2>(cb, cr, x);
-        const uint16x8x2_t b = widenU8(c.val[0]), r = widenU8(c.val[1]);
-        convert16<Format>(y + x, chromaTerms<0>(b.val[0], r.val[0]), chromaTerms<0>(b.val[1], r.val[1]),
+        const Chroma16 c = loadChroma16<kStep == 2>(cb, cr, x);
+        convert16<Format>(y + x, chromaTerms<0>(c.low.cb, c.low.cr), chromaTerms<0>(c.high.cb, c.high.cr),
                           dst + x * Format::kBytes);
     };
     uint32_t x = 0;
@@ -221,30 +288,58 @@ void perPixelRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t
     scalarPixels<Format, kStep>(y, cb, cr, dst, x, length, 0);
 }
 
-// One chroma sample per two pixels: 32 pixels per step with 16 samples. The
+// One chroma sample per two pixels in kRows rows (one for 4:2:2, two for
+// 4:2:0): 16 pixels of every row per step of 8 samples, whose terms are
+// computed once for all rows (steps of 16 samples run out of registers). The
 // moved-back step starts on an even pixel so that pairs keep their sample;
 // with an odd length the last pixel, which has its sample alone, is left to
-// the scalar form.
-template <typename Format, uint32_t kStep>
-void sharedChromaRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, uint32_t length) {
+// the scalar form. y1 and dst1 are unused with one row.
+template <typename Format, uint32_t kStep, uint32_t kRows>
+OMBRIX_ALWAYS_INLINE void sharedChromaRows(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb, const uint8_t* cr,
+                                           uint8_t* dst0, uint8_t* dst1, uint32_t length) {
     OMBRIX_ASSERT(length > 1);
-    auto step = [&](uint32_t x) {
-        const uint8x16x2_t c = loadChroma16<kStep == 2>(cb, cr, x / 2);
-        const uint16x8x2_t b = widenU8(c.val[0]), r = widenU8(c.val[1]);
-        convertPairs16<Format>(y + x, chromaTerms<256>(b.val[0], r.val[0]), dst + x * Format::kBytes);
-        convertPairs16<Format>(y + x + 16, chromaTerms<256>(b.val[1], r.val[1]), dst + (x + 16) * Format::kBytes);
+    const uint8_t* const y[2] = {y0, y1};
+    uint8_t* const dst[2] = {dst0, dst1};
+    // 16 pixels of every row from luma[i] into out[i], with the samples from cbAt and crAt.
+    auto pixels16 = [](const uint8_t* const* luma, uint8_t* const* out, const uint8_t* cbAt, const uint8_t* crAt) {
+        const Chroma8 c = loadChroma8<kStep == 2>(cbAt, crAt, 0);
+        const ChromaTerms t = chromaTerms<256>(c.cb, c.cr);
+        const PairBytes r = pairBytes(t.r), g = pairBytes(t.g), b = pairBytes(t.b);
+        for (uint32_t i = 0; i < kRows; ++i) {
+            const uint8x16_t l = vld1q_u8(luma[i]);
+            store16(Format{}, out[i], addClamped(l, r), addClamped(l, g), addClamped(l, b));
+        }
     };
-    uint32_t x = 0;
-    for (; x + 32 <= length; x += 32) step(x);
-    if (x < length && length >= 32) {
-        const uint32_t back = (length - 32) & ~1u;
-        step(back);
-        x = back + 32;
+    const uint8_t* luma[kRows];
+    uint8_t* out[kRows];
+    for (uint32_t i = 0; i < kRows; ++i) luma[i] = y[i], out[i] = dst[i];
+    const uint8_t *cbAt = cb, *crAt = cr;
+    for (uint32_t n = length / 16; n != 0; --n, cbAt += 8 * kStep, crAt += 8 * kStep) {
+        pixels16(luma, out, cbAt, crAt);
+        for (uint32_t i = 0; i < kRows; ++i) luma[i] += 16, out[i] += 16 * Format::kBytes;
     }
-    scalarPixels<Format, kStep>(y, cb, cr, dst, x, length, 1);
+    uint32_t x = length & ~15u;
+    if (x < length && length >= 16) {
+        const uint32_t back = (length - 16) & ~1u;
+        for (uint32_t i = 0; i < kRows; ++i) luma[i] = y[i] + back, out[i] = dst[i] + back * Format::kBytes;
+        pixels16(luma, out, cb + back / 2 * kStep, cr + back / 2 * kStep);
+        x = back + 16;
+    }
+    for (uint32_t i = 0; i < kRows; ++i) scalarPixels<Format, kStep>(y[i], cb, cr, dst[i], x, length, 1);
 }
 
-OBX_YCBCR_ROW_CONVERTERS(perPixelRow, sharedChromaRow)
+template <typename Format, uint32_t kStep>
+void sharedChromaRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, uint8_t* dst, uint32_t length) {
+    sharedChromaRows<Format, kStep, 1>(y, nullptr, cb, cr, dst, nullptr, length);
+}
+
+template <typename Format, uint32_t kStep>
+void sharedChromaTwoRows(const uint8_t* y0, const uint8_t* y1, const uint8_t* cb, const uint8_t* cr, uint8_t* dst0,
+                         uint8_t* dst1, uint32_t length) {
+    sharedChromaRows<Format, kStep, 2>(y0, y1, cb, cr, dst0, dst1, length);
+}
+
+OBX_YCBCR_ROW_CONVERTERS(perPixelRow, sharedChromaRow, sharedChromaTwoRows)
 
 }  // namespace
 
