@@ -126,6 +126,12 @@ struct BorderPixels<uint8_t> {
                 addWide(vaddl_u8(a, b), tap);  // a pair of u8 fits u16
             }
         }
+        // A row that feeds several sums is widened once.
+        static inline auto widen(Block block) {
+            if constexpr (R <= 2) return block;
+            else return vmovl_u8(block);
+        }
+        inline void add(uint16x8_t pixels, uint32_t tap) { addWide(pixels, tap); }
         inline void addWide(uint16x8_t pixels, uint32_t tap) {
             wide.low = vmlal_n_u16(wide.low, vget_low_u16(pixels), static_cast<uint16_t>(tap));
             wide.high = vmlal_n_u16(wide.high, vget_high_u16(pixels), static_cast<uint16_t>(tap));
@@ -153,6 +159,7 @@ struct BorderPixels<int16_t> {
     template <int R>
     struct Sums {
         int32x4_t low = vdupq_n_s32(0), high = vdupq_n_s32(0);
+        static inline Block widen(Block block) { return block; }
         inline void add(Block block, uint32_t tap) {
             const int16_t t = static_cast<int16_t>(tap);
             low = vmlal_n_s16(low, vget_low_s16(block), t);
@@ -184,6 +191,7 @@ struct BorderPixels<int32_t> {
     template <int R>
     struct Sums {
         Lanes8 sums = {vdupq_n_u32(0), vdupq_n_u32(0)};
+        static inline Block widen(Block block) { return block; }
         inline void add(Block block, uint32_t tap) {
             sums.low = vmlaq_n_u32(sums.low, block.low, tap);
             sums.high = vmlaq_n_u32(sums.high, block.high, tap);
@@ -258,10 +266,8 @@ public:
             blurBorderReference<Pixel, R>(src, width, height, srcStride, dst, dstStride);
             return;
         }
-        for (uint32_t y = 0; y < static_cast<uint32_t>(R); ++y) {
-            fullRow(src, width, height, srcStride, rowAt(dst, dstStride, y), y);
-            fullRow(src, width, height, srcStride, rowAt(dst, dstStride, height - 1 - y), height - 1 - y);
-        }
+        edgeRows(src, width, height, srcStride, dst, dstStride, true);
+        edgeRows(src, width, height, srcStride, dst, dstStride, false);
         sides(src, width, height, srcStride, dst, dstStride);
     }
 
@@ -295,24 +301,20 @@ private:
         outputs8(sums, out, reciprocals4(lanes), reciprocals4(lanes + 4));
     }
 
-    // Border row y (one of the first or last R) in chunks of outputs
-    // [x0, x0 + n), n >= 8. mid[c - (x0 - R)] is the column sum of column c,
-    // zero outside the image.
-    static void fullRow(const Pixel* src, uint32_t width, uint32_t height, uint32_t srcStride, Pixel* out,
-                        uint32_t y) {
-        const Pixel* rows[kTaps];
-        uint32_t taps[kTaps];
-        int count = 0;
-        for (int j = 0; j < kTaps; ++j) {
-            const int64_t sy = static_cast<int64_t>(y) + j - R;
-            if (sy < 0 || sy >= static_cast<int64_t>(height)) continue;
-            rows[count] = rowAt(src, srcStride, static_cast<uint32_t>(sy));
-            taps[count++] = Binomial<R>::taps[j];
-        }
-        const int rowCut = cutAt(y, height);
-        const Reciprocals4 inside = reciprocals4(kReciprocals.of[rowCut][0]);
+    // The first R rows (top) or the last R rows, in chunks of outputs
+    // [x0, x0 + n), n >= 8. Counted from that edge, output row y < R takes
+    // the source rows k = 0 .. y + R with tap taps[R - y + k] (for the last
+    // rows by the kernel's symmetry), so all R rows are summed in one pass
+    // that loads each of the 2R source rows once. mid[y][c - (x0 - R)] is the
+    // column sum of column c for row y, zero outside the image.
+    static void edgeRows(const Pixel* src, uint32_t width, uint32_t height, uint32_t srcStride, Pixel* dst,
+                         uint32_t dstStride, bool top) {
+        const Pixel* rows[2 * R];
+        Pixel* outs[R];
+        for (int k = 0; k < 2 * R; ++k) rows[k] = rowAt(src, srcStride, top ? k : height - 1 - k);
+        for (int y = 0; y < R; ++y) outs[y] = rowAt(dst, dstStride, top ? y : height - 1 - y);
         const ptrdiff_t w = width;
-        uint32_t mid[kChunk + 2 * R];
+        uint32_t mid[R][kChunk + 2 * R];
         for (ptrdiff_t x0 = 0; x0 < w; x0 += kChunk) {
             ptrdiff_t n = w - x0 < kChunk ? w - x0 : kChunk;
             if (n < 8) {  // a short last chunk moves back to eight outputs
@@ -322,30 +324,44 @@ private:
             const ptrdiff_t base = x0 - R;
             const ptrdiff_t first = base > 0 ? base : 0;
             const ptrdiff_t last = x0 + n + R < w ? x0 + n + R : w;
-            for (ptrdiff_t c = base; c < first; ++c) mid[c - base] = 0;
-            for (ptrdiff_t c = last; c < x0 + n + R; ++c) mid[c - base] = 0;
+            for (int y = 0; y < R; ++y) {
+                for (ptrdiff_t c = base; c < first; ++c) mid[y][c - base] = 0;
+                for (ptrdiff_t c = last; c < x0 + n + R; ++c) mid[y][c - base] = 0;
+            }
             // Blocks of eight columns inside the image (there are at least
             // eight), the last one moved back to end at `last`.
             auto columns = [&](ptrdiff_t c) {
-                Sums sums;
-                for (int k = 0; k < count; ++k) sums.add(Pixels::load(rows[k] + c), taps[k]);
-                const Lanes8 lanes = sums.lanes();
-                vst1q_u32(mid + (c - base), lanes.low);
-                vst1q_u32(mid + (c - base) + 4, lanes.high);
+                Sums sums[R];
+#pragma GCC unroll 10
+                for (int k = 0; k < 2 * R; ++k) {
+                    const auto input = Sums::widen(Pixels::load(rows[k] + c));
+#pragma GCC unroll 5
+                    for (int y = 0; y < R; ++y)
+                        if (k <= y + R) sums[y].add(input, Binomial<R>::taps[R - y + k]);
+                }
+                for (int y = 0; y < R; ++y) {
+                    const Lanes8 lanes = sums[y].lanes();
+                    vst1q_u32(mid[y] + (c - base), lanes.low);
+                    vst1q_u32(mid[y] + (c - base) + 4, lanes.high);
+                }
             };
             ptrdiff_t c = first;
             for (; c + 8 <= last; c += 8) columns(c);
             if (c < last) columns(last - 8);
-            // Outputs x .. x+7 read mid from column x - R on.
-            auto outputs = [&](ptrdiff_t x) {
-                if (x >= R && x + 8 + R <= w)
-                    outputs8(mid + (x - R - base), out + x, inside, inside);
-                else
-                    edgeOutputs8(mid + (x - R - base), out + x, x, w, rowCut);
-            };
-            ptrdiff_t x = x0;
-            for (; x + 8 <= x0 + n; x += 8) outputs(x);
-            if (x < x0 + n) outputs(x0 + n - 8);
+            for (int y = 0; y < R; ++y) {
+                const int rowCut = R - y;
+                const Reciprocals4 inside = reciprocals4(kReciprocals.of[rowCut][0]);
+                // Outputs x .. x+7 read mid from column x - R on.
+                auto outputs = [&](ptrdiff_t x) {
+                    if (x >= R && x + 8 + R <= w)
+                        outputs8(mid[y] + (x - R - base), outs[y] + x, inside, inside);
+                    else
+                        edgeOutputs8(mid[y] + (x - R - base), outs[y] + x, x, w, rowCut);
+                };
+                ptrdiff_t x = x0;
+                for (; x + 8 <= x0 + n; x += 8) outputs(x);
+                if (x < x0 + n) outputs(x0 + n - 8);
+            }
         }
     }
 
