@@ -5,21 +5,20 @@
 // the 1-D taps that stay inside the image: the border is the separable kernel
 // run over zero-padded rows and columns, followed by a per-lane division.
 //
-//   - The first and last R rows are done in full: column sums over the rows
-//     inside go to a buffer with zeros for the columns outside, then the
-//     horizontal kernel reads eight outputs at a time from it.
-//   - The other rows need only their R outermost pixels on each side. The
-//     2R columns next to each edge are gathered into one buffer (left columns
-//     first, then right columns), with zeros beyond both ends; the left
-//     outputs only reach left columns and the right outputs only right ones.
+//   - The first and last R rows are done in full: the column sums of all R
+//     rows at an edge come from one pass over the 2R rows there and go to a
+//     buffer with zeros for the columns outside; the horizontal kernel then
+//     takes eight outputs at a time from it by lane extraction.
+//   - The other rows need only their R outermost pixels on each side: the
+//     column sums of the 2R columns at each edge stay in registers, and the
+//     lanes beyond the image read as zero.
 //
 // Division is exact: n / d = (n * m) >> (32 + s) with 2^s < d <= 2^(s+1) and
 // m = ceil(2^(32+s) / d), for every 0 <= n <= 2^31 (see reciprocalOf).
 // Signed images divide the magnitude and restore the sign, which truncates
 // toward zero like the reference.
 //
-// Images too small for this layout (fewer than 2R+1 rows, or too few columns
-// for an edge step that does not reach the other edge) take the scalar
+// Images smaller than this layout needs (see kMinWidth) take the scalar
 // border of the reference.
 #ifndef OMBRIX_BLUR_BORDER_LANES_H
 #define OMBRIX_BLUR_BORDER_LANES_H
@@ -81,10 +80,10 @@ struct Lanes8 {
     uint32x4_t low, high;
 };
 
-// Loading and accumulating per element type: Sums<R> holds the column sums
-// of eight columns; add() takes eight pixels of one row (contiguous, or two
-// groups of four) times a tap, addPair() two rows with the same tap.
-// store() narrows eight results back to pixels.
+// Loading and accumulating per element type: load() takes eight pixels of
+// a row (contiguous, or two groups of four); Sums<R> holds the column sums
+// of eight columns, and add() adds a row times a tap. store() narrows
+// eight results back to pixels.
 template <typename Pixel>
 struct BorderPixels;
 
@@ -105,40 +104,25 @@ struct BorderPixels<uint8_t> {
         return vreinterpret_u8_u32(vset_lane_u32(b, vdup_n_u32(a), 1));
 #endif
     }
-    // Column sums up to 16 * 255 (R <= 2) stay in u16 lanes and are widened
-    // once; larger ones (below 2^28) are widened row by row.
+    // Column sums are formed in u16 lanes with multiply-accumulates of the
+    // bytes. Up to 5 taps the sum is at most 16 * 255. With 11 taps, those
+    // of 1, 10 and 45 go to `outer` (at most 112 * 255 = 28560) and those of
+    // 120, 210 and 252 to `inner` at a sixth of their weight (at most
+    // 152 * 255 = 38760); the sum is outer + 6 * inner, formed when widened.
     template <int R>
     struct Sums {
-        uint16x8_t narrow = vdupq_n_u16(0);
-        Lanes8 wide = {vdupq_n_u32(0), vdupq_n_u32(0)};
+        uint16x8_t outer = vdupq_n_u16(0), inner = vdupq_n_u16(0);
         inline void add(Block block, uint32_t tap) {
-            if constexpr (R <= 2) {
-                narrow = vmlal_u8(narrow, block, vdup_n_u8(static_cast<uint8_t>(tap)));
-            } else {
-                addWide(vmovl_u8(block), tap);
-            }
-        }
-        inline void addPair(Block a, Block b, uint32_t tap) {
-            if constexpr (R <= 2) {
-                add(a, tap);
-                add(b, tap);
-            } else {
-                addWide(vaddl_u8(a, b), tap);  // a pair of u8 fits u16
-            }
-        }
-        // A row that feeds several sums is widened once.
-        static inline auto widen(Block block) {
-            if constexpr (R <= 2) return block;
-            else return vmovl_u8(block);
-        }
-        inline void add(uint16x8_t pixels, uint32_t tap) { addWide(pixels, tap); }
-        inline void addWide(uint16x8_t pixels, uint32_t tap) {
-            wide.low = vmlal_n_u16(wide.low, vget_low_u16(pixels), static_cast<uint16_t>(tap));
-            wide.high = vmlal_n_u16(wide.high, vget_high_u16(pixels), static_cast<uint16_t>(tap));
+            if (R > 2 && tap >= 120)
+                inner = vmlal_u8(inner, block, vdup_n_u8(static_cast<uint8_t>(tap / 6)));
+            else
+                outer = vmlal_u8(outer, block, vdup_n_u8(static_cast<uint8_t>(tap)));
         }
         inline Lanes8 lanes() const {
-            if constexpr (R <= 2) return {vmovl_u16(vget_low_u16(narrow)), vmovl_u16(vget_high_u16(narrow))};
-            return wide;
+            const Lanes8 wide = {vmovl_u16(vget_low_u16(outer)), vmovl_u16(vget_high_u16(outer))};
+            if constexpr (R <= 2) return wide;
+            const uint16x4_t six = vdup_n_u16(6);
+            return {vmlal_u16(wide.low, vget_low_u16(inner), six), vmlal_u16(wide.high, vget_high_u16(inner), six)};
         }
     };
     // Quotients are at most 255.
@@ -159,15 +143,10 @@ struct BorderPixels<int16_t> {
     template <int R>
     struct Sums {
         int32x4_t low = vdupq_n_s32(0), high = vdupq_n_s32(0);
-        static inline Block widen(Block block) { return block; }
         inline void add(Block block, uint32_t tap) {
-            const int16_t t = static_cast<int16_t>(tap);
-            low = vmlal_n_s16(low, vget_low_s16(block), t);
-            high = vmlal_n_s16(high, vget_high_s16(block), t);
-        }
-        inline void addPair(Block a, Block b, uint32_t tap) {
-            add(a, tap);
-            add(b, tap);
+            const int16x4_t t = vdup_n_s16(static_cast<int16_t>(tap));
+            low = vmlal_s16(low, vget_low_s16(block), t);
+            high = vmlal_s16(high, vget_high_s16(block), t);
         }
         inline Lanes8 lanes() const { return {vreinterpretq_u32_s32(low), vreinterpretq_u32_s32(high)}; }
     };
@@ -191,13 +170,10 @@ struct BorderPixels<int32_t> {
     template <int R>
     struct Sums {
         Lanes8 sums = {vdupq_n_u32(0), vdupq_n_u32(0)};
-        static inline Block widen(Block block) { return block; }
         inline void add(Block block, uint32_t tap) {
-            sums.low = vmlaq_n_u32(sums.low, block.low, tap);
-            sums.high = vmlaq_n_u32(sums.high, block.high, tap);
-        }
-        inline void addPair(Block a, Block b, uint32_t tap) {
-            add({vaddq_u32(a.low, b.low), vaddq_u32(a.high, b.high)}, tap);
+            const uint32x4_t t = vdupq_n_u32(tap);
+            sums.low = vmlaq_u32(sums.low, block.low, t);
+            sums.high = vmlaq_u32(sums.high, block.high, t);
         }
         inline Lanes8 lanes() const { return sums; }
     };
@@ -244,21 +220,52 @@ inline uint32x4_t divideSum(uint32x4_t sum, Reciprocals4 r) {
     }
 }
 
-// Horizontal kernel of four outputs: out[k] from mid[k .. k+2R].
-template <int R>
-inline uint32x4_t horizontal4(const uint32_t* mid) {
-    uint32x4_t sum = vmulq_n_u32(vld1q_u32(mid + R), Binomial<R>::taps[R]);
-    for (int i = 0; i < R; ++i)
-        sum = vmlaq_n_u32(sum, vaddq_u32(vld1q_u32(mid + i), vld1q_u32(mid + 2 * R - i)), Binomial<R>::taps[i]);
-    return sum;
+// A row of 4N column sums in N registers, lanes outside it reading as zero.
+// lanesAt<O>() is lanes O .. O+3 (O may lie outside), by lane extraction.
+template <int N>
+struct LaneRow {
+    uint32x4_t q[N];
+
+    template <int O>
+    inline uint32x4_t lanesAt() const {
+        constexpr int block = O >= 0 ? O / 4 : -((3 - O) / 4);
+        constexpr int offset = O - 4 * block;
+        if constexpr (offset == 0) return at<block>();
+        else return vextq_u32(at<block>(), at<block + 1>(), offset);
+    }
+    template <int B>
+    inline uint32x4_t at() const {
+        if constexpr (B >= 0 && B < N) return q[B];
+        else return vdupq_n_u32(0);
+    }
+};
+
+// Horizontal kernel of the four outputs centred on lanes O .. O+3, the
+// symmetric taps paired: taps[I] * (lanes O-R+I + lanes O+R-I) for I < R.
+template <int R, int O, int I = 0, int N>
+inline uint32x4_t horizontalAt(const LaneRow<N>& row) {
+    // Multiplies by vector constants: one immediate move each (taps <= 252).
+    if constexpr (I == R) {
+        return vmulq_u32(row.template lanesAt<O>(), vdupq_n_u32(Binomial<R>::taps[R]));
+    } else {
+        const uint32x4_t before = row.template lanesAt<O - R + I>(), after = row.template lanesAt<O + R - I>();
+        const uint32x4_t pair = vaddq_u32(before, after);
+        const uint32x4_t rest = horizontalAt<R, O, I + 1>(row);
+        if constexpr (Binomial<R>::taps[I] == 1) return vaddq_u32(rest, pair);
+        else return vmlaq_u32(rest, pair, vdupq_n_u32(Binomial<R>::taps[I]));
+    }
 }
+
+constexpr uint32_t largest(uint32_t a, uint32_t b) { return a > b ? a : b; }
 
 template <typename Pixel, int R>
 class BorderVector {
 public:
     // Images narrower than this, or with fewer than 2R+1 rows, take the
-    // scalar border (see the top of the file).
-    static constexpr uint32_t kMinWidth = 2 * R + 8;
+    // scalar border: the layout needs blocks of eight columns, the side
+    // columns inside the image, and windows cut on one side at most.
+    static constexpr int kQuads = (2 * R + 3) / 4;  // groups of four side columns per side
+    static constexpr uint32_t kMinWidth = largest(8, largest(2 * R + 1, 4 * kQuads));
 
     static void run(const Pixel* src, uint32_t width, uint32_t height, uint32_t srcStride, Pixel* dst,
                     uint32_t dstStride) {
@@ -278,6 +285,7 @@ private:
     // Outputs per chunk of a full border row: the column sums of a chunk and
     // of the R columns on either side stay on the stack.
     static constexpr ptrdiff_t kChunk = 256;
+    static constexpr ptrdiff_t kLead = 8;
     static constexpr BorderReciprocals<R> kReciprocals{};
 
     // Cut of the window of column (or row) x in an image of `size` columns
@@ -286,11 +294,20 @@ private:
         return x < R ? static_cast<int>(R - x) : x + R >= size ? static_cast<int>(x + R - (size - 1)) : 0;
     }
 
-    // Eight outputs from the column sums sums[0 .. 7 + 2R].
-    static OMBRIX_ALWAYS_INLINE void outputs8(const uint32_t* sums, Pixel* out, const Reciprocals4& low,
+    // Eight outputs x .. x+7 from the column sums of columns x-8 .. x+15,
+    // of which x-R .. x+7+R are used.
+    static constexpr int kFirstBlock = (8 - R) / 4, kLastBlock = (15 + R) / 4;
+    using Window = LaneRow<6>;
+    static inline Window windowAt(const uint32_t* sums) {  // sums: column x - 8
+        Window window;
+        for (int k = 0; k < 6; ++k)
+            window.q[k] = k >= kFirstBlock && k <= kLastBlock ? vld1q_u32(sums + 4 * k) : vdupq_n_u32(0);
+        return window;
+    }
+    static OMBRIX_ALWAYS_INLINE void outputs8(const Window& window, Pixel* out, const Reciprocals4& low,
                                               const Reciprocals4& high) {
-        Pixels::store(out, {divideSum<Pixel>(horizontal4<R>(sums), low),
-                            divideSum<Pixel>(horizontal4<R>(sums + 4), high)});
+        Pixels::store(out, {divideSum<Pixel>(horizontalAt<R, 8>(window), low),
+                            divideSum<Pixel>(horizontalAt<R, 12>(window), high)});
     }
 
     // The same for outputs x .. x+7 of which some lie within R of an edge.
@@ -298,15 +315,16 @@ private:
                                                        int rowCut) {
         LaneReciprocal lanes[8];
         for (int l = 0; l < 8; ++l) lanes[l] = kReciprocals.of[rowCut][cutAt(x + l, width)];
-        outputs8(sums, out, reciprocals4(lanes), reciprocals4(lanes + 4));
+        outputs8(windowAt(sums), out, reciprocals4(lanes), reciprocals4(lanes + 4));
     }
 
     // The first R rows (top) or the last R rows, in chunks of outputs
     // [x0, x0 + n), n >= 8. Counted from that edge, output row y < R takes
     // the source rows k = 0 .. y + R with tap taps[R - y + k] (for the last
     // rows by the kernel's symmetry), so all R rows are summed in one pass
-    // that loads each of the 2R source rows once. mid[y][c - (x0 - R)] is the
-    // column sum of column c for row y, zero outside the image.
+    // that loads each of the 2R source rows once. mid[y][kLead + c - (x0 - R)]
+    // is the column sum of column c for row y, zero outside the image; the
+    // eight entries on either side are read into unused lanes only.
     static void edgeRows(const Pixel* src, uint32_t width, uint32_t height, uint32_t srcStride, Pixel* dst,
                          uint32_t dstStride, bool top) {
         const Pixel* rows[2 * R];
@@ -314,7 +332,7 @@ private:
         for (int k = 0; k < 2 * R; ++k) rows[k] = rowAt(src, srcStride, top ? k : height - 1 - k);
         for (int y = 0; y < R; ++y) outs[y] = rowAt(dst, dstStride, top ? y : height - 1 - y);
         const ptrdiff_t w = width;
-        uint32_t mid[R][kChunk + 2 * R];
+        uint32_t mid[R][kLead + kChunk + 2 * R + kLead] = {};
         for (ptrdiff_t x0 = 0; x0 < w; x0 += kChunk) {
             ptrdiff_t n = w - x0 < kChunk ? w - x0 : kChunk;
             if (n < 8) {  // a short last chunk moves back to eight outputs
@@ -325,8 +343,8 @@ private:
             const ptrdiff_t first = base > 0 ? base : 0;
             const ptrdiff_t last = x0 + n + R < w ? x0 + n + R : w;
             for (int y = 0; y < R; ++y) {
-                for (ptrdiff_t c = base; c < first; ++c) mid[y][c - base] = 0;
-                for (ptrdiff_t c = last; c < x0 + n + R; ++c) mid[y][c - base] = 0;
+                for (ptrdiff_t c = base; c < first; ++c) mid[y][kLead + c - base] = 0;
+                for (ptrdiff_t c = last; c < x0 + n + R; ++c) mid[y][kLead + c - base] = 0;
             }
             // Blocks of eight columns inside the image (there are at least
             // eight), the last one moved back to end at `last`.
@@ -334,15 +352,15 @@ private:
                 Sums sums[R];
 #pragma GCC unroll 10
                 for (int k = 0; k < 2 * R; ++k) {
-                    const auto input = Sums::widen(Pixels::load(rows[k] + c));
+                    const typename Pixels::Block input = Pixels::load(rows[k] + c);
 #pragma GCC unroll 5
                     for (int y = 0; y < R; ++y)
                         if (k <= y + R) sums[y].add(input, Binomial<R>::taps[R - y + k]);
                 }
                 for (int y = 0; y < R; ++y) {
                     const Lanes8 lanes = sums[y].lanes();
-                    vst1q_u32(mid[y] + (c - base), lanes.low);
-                    vst1q_u32(mid[y] + (c - base) + 4, lanes.high);
+                    vst1q_u32(mid[y] + kLead + (c - base), lanes.low);
+                    vst1q_u32(mid[y] + kLead + (c - base) + 4, lanes.high);
                 }
             };
             ptrdiff_t c = first;
@@ -351,12 +369,13 @@ private:
             for (int y = 0; y < R; ++y) {
                 const int rowCut = R - y;
                 const Reciprocals4 inside = reciprocals4(kReciprocals.of[rowCut][0]);
-                // Outputs x .. x+7 read mid from column x - R on.
+                // Outputs x .. x+7 read mid from column x - 8 on.
                 auto outputs = [&](ptrdiff_t x) {
+                    const uint32_t* sums = mid[y] + kLead + (x - 8 - base);
                     if (x >= R && x + 8 + R <= w)
-                        outputs8(mid[y] + (x - R - base), outs[y] + x, inside, inside);
+                        outputs8(windowAt(sums), outs[y] + x, inside, inside);
                     else
-                        edgeOutputs8(mid[y] + (x - R - base), outs[y] + x, x, w, rowCut);
+                        edgeOutputs8(sums, outs[y] + x, x, w, rowCut);
                 };
                 ptrdiff_t x = x0;
                 for (; x + 8 <= x0 + n; x += 8) outputs(x);
@@ -365,27 +384,21 @@ private:
         }
     }
 
-    // Lanes of the side columns: kQuads groups of four columns on the left
-    // (from column 0) and kQuads on the right (ending at the last column),
-    // 2R columns each side at least; a block of eight lanes is two groups.
-    static constexpr int kQuads = (2 * R + 3) / 4;
-    static constexpr int kLanes = 8 * kQuads;
-    // Groups of four outputs per side: the left ones start at lane 0, the
-    // right ones end at the last lane.
-    static constexpr int kOutputGroups = (R + 3) / 4;
-    static constexpr int kOutputLanes = 4 * kOutputGroups;
+    // The side columns: kQuads groups of four columns on the left (from
+    // column 0) and kQuads on the right (ending at the last column), 2R
+    // columns each side at least; a block of eight lanes is two groups, so
+    // with an odd kQuads one block holds the last left group and the first
+    // right one. The outputs of a side are the eight lanes at its edge.
 
-    // Reciprocals of the side outputs (rows with a full window): lane l of
-    // the left groups is column l, lane l of the right groups is column
-    // width - kOutputLanes + l.
+    // Reciprocals of the eight output lanes of each side (rows with a full
+    // window): left lane l is column l, right lane l column width - 8 + l.
     struct SideReciprocals {
-        uint32_t multiplier[2][kOutputLanes];
-        int32_t negatedShift[2][kOutputLanes];
+        uint32_t multiplier[2][8];
+        int32_t negatedShift[2][8];
         constexpr SideReciprocals() : multiplier{}, negatedShift{} {
-            for (int l = 0; l < kOutputLanes; ++l) {
-                const int fromEnd = kOutputLanes - 1 - l;
+            for (int l = 0; l < 8; ++l) {
                 const LaneReciprocal left = kReciprocals.of[0][l < R ? R - l : 0];
-                const LaneReciprocal right = kReciprocals.of[0][fromEnd < R ? R - fromEnd : 0];
+                const LaneReciprocal right = kReciprocals.of[0][7 - l < R ? R - (7 - l) : 0];
                 multiplier[0][l] = left.multiplier;
                 negatedShift[0][l] = left.negatedShift;
                 multiplier[1][l] = right.multiplier;
@@ -395,47 +408,69 @@ private:
     };
     static constexpr SideReciprocals kSideReciprocals{};
 
+    static inline Reciprocals4 sideReciprocals(int side, int half) {
+        return {vld1q_u32(kSideReciprocals.multiplier[side] + 4 * half),
+                vld1q_s32(kSideReciprocals.negatedShift[side] + 4 * half)};
+    }
+
+    // Four quotients centred on lanes O .. O+3 of a side's column sums,
+    // divided with the reciprocals of that side's output lanes
+    // 4 * half .. 4 * half + 3.
+    template <int O, int N>
+    static OMBRIX_ALWAYS_INLINE uint32x4_t sideQuotients(const LaneRow<N>& sums, int side, int half) {
+        return divideSum<Pixel>(horizontalAt<R, O>(sums), sideReciprocals(side, half));
+    }
+
     // The R outermost pixels on each side of the rows with a full window.
-    // mid[R + lane] holds the column sum of a lane, with R zeros before the
-    // first lane and after the last: the left outputs reach only left lanes,
-    // the right outputs only right ones.
+    // Each side's column sums stay in registers, lanes beyond the image
+    // edge reading as zero; lanes beyond the other end of a side are never
+    // reached by its R outputs.
     static void sides(const Pixel* src, uint32_t width, uint32_t height, uint32_t srcStride, Pixel* dst,
                       uint32_t dstStride) {
         ptrdiff_t quadColumn[2 * kQuads];
         for (int q = 0; q < 2 * kQuads; ++q)
             quadColumn[q] = q < kQuads ? 4 * q : static_cast<ptrdiff_t>(width) - 4 * (2 * kQuads - q);
-        Reciprocals4 reciprocals[2][kOutputGroups];
-        for (int side = 0; side < 2; ++side)
-            for (int g = 0; g < kOutputGroups; ++g)
-                reciprocals[side][g] = {vld1q_u32(kSideReciprocals.multiplier[side] + 4 * g),
-                                        vld1q_s32(kSideReciprocals.negatedShift[side] + 4 * g)};
-        uint32_t mid[R + kLanes + R] = {};
         for (uint32_t y = R; y + R < height; ++y) {
             const Pixel* top = rowAt(src, srcStride, y - R);
+            // Column sums of all blocks, the window's rows taken in turn.
+            Sums blocks[kQuads];
+            const Pixel* row = top;
+#pragma GCC unroll 11
+            for (int j = 0; j < kTaps; ++j, row += srcStride) {
+#pragma GCC unroll 3
+                for (int b = 0; b < kQuads; ++b) {
+                    const ptrdiff_t low = quadColumn[2 * b], high = quadColumn[2 * b + 1];
+                    const bool contiguous = 2 * b + 1 < kQuads || 2 * b >= kQuads;
+                    blocks[b].add(contiguous ? Pixels::load(row + low) : Pixels::load(row + low, row + high),
+                                  Binomial<R>::taps[j]);
+                }
+            }
+            LaneRow<2 * kQuads> lanes;  // left groups, then right groups
             for (int b = 0; b < kQuads; ++b) {
-                const ptrdiff_t low = quadColumn[2 * b], high = quadColumn[2 * b + 1];
-                const bool contiguous = 2 * b + 1 < kQuads || 2 * b >= kQuads;
-                auto load = [&](int j) {
-                    const Pixel* row = top + static_cast<size_t>(j) * srcStride;
-                    return contiguous ? Pixels::load(row + low) : Pixels::load(row + low, row + high);
-                };
-                Sums sums;
-                for (int j = 0; j < R; ++j) sums.addPair(load(j), load(2 * R - j), Binomial<R>::taps[j]);
-                sums.add(load(R), Binomial<R>::taps[R]);
-                const Lanes8 lanes = sums.lanes();
-                vst1q_u32(mid + R + 8 * b, lanes.low);
-                vst1q_u32(mid + R + 8 * b + 4, lanes.high);
+                const Lanes8 sums = blocks[b].lanes();
+                lanes.q[2 * b] = sums.low;
+                lanes.q[2 * b + 1] = sums.high;
             }
-            uint32_t quotients[2][kOutputLanes];
-            for (int g = 0; g < kOutputGroups; ++g) {
-                vst1q_u32(quotients[0] + 4 * g, divideSum<Pixel>(horizontal4<R>(mid + 4 * g), reciprocals[0][g]));
-                vst1q_u32(quotients[1] + 4 * g, divideSum<Pixel>(horizontal4<R>(mid + kLanes - kOutputLanes + 4 * g),
-                                                                 reciprocals[1][g]));
+            LaneRow<kQuads> left, right;
+            for (int q = 0; q < kQuads; ++q) {
+                left.q[q] = lanes.q[q];
+                right.q[q] = lanes.q[kQuads + q];
             }
+            // Left outputs in lanes 0 .. R-1, right ones in lanes 8-R .. 7 of
+            // the eight stored (from one store when R <= 4).
             Pixel* out = rowAt(dst, dstStride, y);
-            for (int k = 0; k < R; ++k) {
-                out[k] = static_cast<Pixel>(quotients[0][k]);
-                out[width - R + k] = static_cast<Pixel>(quotients[1][kOutputLanes - R + k]);
+            Pixel quotients[2][8];
+            constexpr int kEnd = 4 * kQuads;  // one past the last lane of a side
+            if constexpr (R <= 4) {
+                Pixels::store(quotients[0], {sideQuotients<0>(left, 0, 0), sideQuotients<kEnd - 4>(right, 1, 1)});
+                memcpy(out, quotients[0], R * sizeof(Pixel));
+                memcpy(out + width - R, quotients[0] + 8 - R, R * sizeof(Pixel));
+            } else {
+                Pixels::store(quotients[0], {sideQuotients<0>(left, 0, 0), sideQuotients<4>(left, 0, 1)});
+                Pixels::store(quotients[1],
+                              {sideQuotients<kEnd - 8>(right, 1, 0), sideQuotients<kEnd - 4>(right, 1, 1)});
+                memcpy(out, quotients[0], R * sizeof(Pixel));
+                memcpy(out + width - R, quotients[1] + 8 - R, R * sizeof(Pixel));
             }
         }
     }
@@ -444,7 +479,7 @@ private:
 // Every border pixel, exactly as blurBorderReference computes it.
 template <typename Pixel, int R>
 void blurBorderVector(const Pixel* src, uint32_t width, uint32_t height, uint32_t srcStride, Pixel* dst,
-                             uint32_t dstStride) {
+                      uint32_t dstStride) {
     BorderVector<Pixel, R>::run(src, width, height, srcStride, dst, dstStride);
 }
 
