@@ -202,7 +202,8 @@ inline Reciprocals4 reciprocals4(const LaneReciprocal* r) {
 inline uint32x4_t divideUnsigned(uint32x4_t n, Reciprocals4 r) {
     const uint64x2_t low = vmull_u32(vget_low_u32(n), vget_low_u32(r.multiplier));
     const uint64x2_t high = vmull_u32(vget_high_u32(n), vget_high_u32(r.multiplier));
-    const uint32x4_t product = vcombine_u32(vshrn_n_u64(low, 32), vshrn_n_u64(high, 32));
+    // The high halves of the four products, de-interleaved.
+    const uint32x4_t product = vuzpq_u32(vreinterpretq_u32_u64(low), vreinterpretq_u32_u64(high)).val[1];
     return vshlq_u32(product, r.negatedShift);
 }
 
