@@ -422,6 +422,22 @@ private:
         return divideSum<Pixel>(horizontalAt<R, O>(sums), sideReciprocals(side, half));
     }
 
+    // The R outputs of one side when they take two groups of four lanes
+    // (R > 4), out of line: the eleven-tap kernel's column sums and output
+    // lanes together would not fit the registers. `out` is the side's first
+    // output pixel.
+    static __attribute__((noinline)) void leftOutputs(const LaneRow<kQuads>& left, Pixel* out) {
+        Pixel quotients[8];
+        Pixels::store(quotients, {sideQuotients<0>(left, 0, 0), sideQuotients<4>(left, 0, 1)});
+        memcpy(out, quotients, R * sizeof(Pixel));
+    }
+    static __attribute__((noinline)) void rightOutputs(const LaneRow<kQuads>& right, Pixel* out) {
+        constexpr int kEnd = 4 * kQuads;
+        Pixel quotients[8];
+        Pixels::store(quotients, {sideQuotients<kEnd - 8>(right, 1, 0), sideQuotients<kEnd - 4>(right, 1, 1)});
+        memcpy(out, quotients + 8 - R, R * sizeof(Pixel));
+    }
+
     // The R outermost pixels on each side of the rows with a full window.
     // Each side's column sums stay in registers, lanes beyond the image
     // edge reading as zero; lanes beyond the other end of a side are never
@@ -457,21 +473,19 @@ private:
                 left.q[q] = lanes.q[q];
                 right.q[q] = lanes.q[kQuads + q];
             }
-            // Left outputs in lanes 0 .. R-1, right ones in lanes 8-R .. 7 of
-            // the eight stored (from one store when R <= 4).
+            // Up to R = 4 one group of four lanes per side: the left outputs
+            // in lanes 0 .. R-1 and the right ones in lanes 8-R .. 7 of one
+            // store.
             Pixel* out = rowAt(dst, dstStride, y);
-            Pixel quotients[2][8];
-            constexpr int kEnd = 4 * kQuads;  // one past the last lane of a side
             if constexpr (R <= 4) {
-                Pixels::store(quotients[0], {sideQuotients<0>(left, 0, 0), sideQuotients<kEnd - 4>(right, 1, 1)});
-                memcpy(out, quotients[0], R * sizeof(Pixel));
-                memcpy(out + width - R, quotients[0] + 8 - R, R * sizeof(Pixel));
+                constexpr int kEnd = 4 * kQuads;  // one past the last lane of a side
+                Pixel quotients[8];
+                Pixels::store(quotients, {sideQuotients<0>(left, 0, 0), sideQuotients<kEnd - 4>(right, 1, 1)});
+                memcpy(out, quotients, R * sizeof(Pixel));
+                memcpy(out + width - R, quotients + 8 - R, R * sizeof(Pixel));
             } else {
-                Pixels::store(quotients[0], {sideQuotients<0>(left, 0, 0), sideQuotients<4>(left, 0, 1)});
-                Pixels::store(quotients[1],
-                              {sideQuotients<kEnd - 8>(right, 1, 0), sideQuotients<kEnd - 4>(right, 1, 1)});
-                memcpy(out, quotients[0], R * sizeof(Pixel));
-                memcpy(out + width - R, quotients[1] + 8 - R, R * sizeof(Pixel));
+                leftOutputs(left, out);
+                rightOutputs(right, out + width - R);
             }
         }
     }
