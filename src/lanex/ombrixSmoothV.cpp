@@ -1,7 +1,8 @@
 // Vector box (mean) filters.
 //
-// One kernel serves the three sizes, at a cost per pixel that does not depend
-// on the kernel size. For each output row:
+// The 3x3 filter sums its window directly (see boxFilter3x3). The running-sum
+// kernel serves the three sizes (the 3x3 below 18 columns), at a cost per
+// pixel that does not depend on the kernel size. For each output row:
 //   1. column sums: for each image column, the sum over the rows of the
 //      row's window, kept in u16 (at most 11 * 255) and moved down one row by
 //      adding the entering row and subtracting the leaving one;
