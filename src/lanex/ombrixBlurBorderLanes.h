@@ -80,6 +80,29 @@ struct Lanes8 {
     uint32x4_t low, high;
 };
 
+// x * tap and acc + x * tap in u32 lanes modulo 2^32, for a tap below 256
+// (a vector constant: one immediate move on ARM). SIMDe forms u32 products
+// as signed ints, whose overflow is undefined, so on hosts the product is
+// assembled from the two 16-bit halves of x (each partial product below
+// 2^24).
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+inline uint32x4_t multiplyTap(uint32x4_t x, uint32_t tap) { return vmulq_u32(x, vdupq_n_u32(tap)); }
+#else
+inline uint32x4_t multiplyTap(uint32x4_t x, uint32_t tap) {
+    const uint32x4_t t = vdupq_n_u32(tap);
+    const uint32x4_t low = vmulq_u32(vandq_u32(x, vdupq_n_u32(0xFFFF)), t);
+    const uint32x4_t high = vmulq_u32(vshrq_n_u32(x, 16), t);
+    return vaddq_u32(low, vshlq_n_u32(high, 16));
+}
+#endif
+inline uint32x4_t multiplyAddTap(uint32x4_t acc, uint32x4_t x, uint32_t tap) {
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+    return vmlaq_u32(acc, x, vdupq_n_u32(tap));
+#else
+    return vaddq_u32(acc, multiplyTap(x, tap));
+#endif
+}
+
 // Loading and accumulating per element type: load() takes eight pixels of
 // a row (contiguous, or two groups of four); Sums<R> holds the column sums
 // of eight columns, and add() adds a row times a tap. store() narrows
@@ -171,9 +194,8 @@ struct BorderPixels<int32_t> {
     struct Sums {
         Lanes8 sums = {vdupq_n_u32(0), vdupq_n_u32(0)};
         inline void add(Block block, uint32_t tap) {
-            const uint32x4_t t = vdupq_n_u32(tap);
-            sums.low = vmlaq_u32(sums.low, block.low, t);
-            sums.high = vmlaq_u32(sums.high, block.high, t);
+            sums.low = multiplyAddTap(sums.low, block.low, tap);
+            sums.high = multiplyAddTap(sums.high, block.high, tap);
         }
         inline Lanes8 lanes() const { return sums; }
     };
@@ -245,15 +267,14 @@ struct LaneRow {
 // symmetric taps paired: taps[I] * (lanes O-R+I + lanes O+R-I) for I < R.
 template <int R, int O, int I = 0, int N>
 inline uint32x4_t horizontalAt(const LaneRow<N>& row) {
-    // Multiplies by vector constants: one immediate move each (taps <= 252).
     if constexpr (I == R) {
-        return vmulq_u32(row.template lanesAt<O>(), vdupq_n_u32(Binomial<R>::taps[R]));
+        return multiplyTap(row.template lanesAt<O>(), Binomial<R>::taps[R]);
     } else {
         const uint32x4_t before = row.template lanesAt<O - R + I>(), after = row.template lanesAt<O + R - I>();
         const uint32x4_t pair = vaddq_u32(before, after);
         const uint32x4_t rest = horizontalAt<R, O, I + 1>(row);
         if constexpr (Binomial<R>::taps[I] == 1) return vaddq_u32(rest, pair);
-        else return vmlaq_u32(rest, pair, vdupq_n_u32(Binomial<R>::taps[I]));
+        else return multiplyAddTap(rest, pair, Binomial<R>::taps[I]);
     }
 }
 
