@@ -23,6 +23,7 @@
 #include <stdint.h>
 
 #include "../cpu/ombrixBlurScalar.h"
+#include "ombrixBlurBorderLanes.h"
 #include "ombrixNeon.h"
 
 namespace ombrix_blur {
@@ -156,14 +157,13 @@ static void blurInteriorVector(const typename K::Pixel* src, uint32_t width, uin
     }
 }
 
-// A whole vector filter: the vector interior, then the shared scalar border
-// pass when blurBorder is 1.
+// A whole vector filter: the vector interior, then the vector border
+// (ombrixBlurBorderLanes.h) when blurBorder is 1.
 template <class K>
 static void blurVector(const typename K::Pixel* src, uint32_t width, uint32_t height, uint32_t srcStride,
                        typename K::Pixel* dst, uint32_t dstStride, uint32_t blurBorder) {
     blurInteriorVector<K>(src, width, height, srcStride, dst, dstStride);
-    if (blurBorder == 1)
-        blurBorderReference<typename K::Pixel, K::R>(src, width, height, srcStride, dst, dstStride);
+    if (blurBorder == 1) blurBorderVector<typename K::Pixel, K::R>(src, width, height, srcStride, dst, dstStride);
 }
 
 namespace {

@@ -1,7 +1,8 @@
 // Vector box (mean) filters.
 //
-// One kernel serves the three sizes, at a cost per pixel that does not depend
-// on the kernel size. For each output row:
+// The 3x3 filter sums its window directly (see boxFilter3x3). The running-sum
+// kernel serves the three sizes (the 3x3 below 18 columns), at a cost per
+// pixel that does not depend on the kernel size. For each output row:
 //   1. column sums: for each image column, the sum over the rows of the
 //      row's window, kept in u16 (at most 11 * 255) and moved down one row by
 //      adding the entering row and subtracting the leaving one;
@@ -143,6 +144,85 @@ void boxFilter(const uint8_t* src, uint32_t width, uint32_t height, uint32_t src
     }
 }
 
+// ---- 3x3: column sums in registers ---------------------------------------------------
+//
+// The 3x3 window is small enough to need no running sums: each output row
+// adds the (up to) three image rows into u16 column sums (at most 3 * 255)
+// sixteen columns at a time, and the two neighbours of each column come from
+// the next and previous sixteen by lane extraction; columns outside the
+// image are zero lanes. Rows outside the image are left out of the sums.
+
+struct Sums16 {
+    uint16x8_t low, high;
+};
+
+// Column sums of the 16 columns from x over the first N rows.
+template <int N>
+inline Sums16 columnSums16(const uint8_t* const* rows, ptrdiff_t x) {
+    const uint8x16_t a = vld1q_u8(rows[0] + x), b = vld1q_u8(rows[1] + x);
+    Sums16 sums = {vaddl_u8(vget_low_u8(a), vget_low_u8(b)), vaddl_u8(vget_high_u8(a), vget_high_u8(b))};
+    if constexpr (N == 3) {
+        const uint8x16_t c = vld1q_u8(rows[2] + x);
+        sums.low = vaddw_u8(sums.low, vget_low_u8(c));
+        sums.high = vaddw_u8(sums.high, vget_high_u8(c));
+    }
+    return sums;
+}
+
+// The column sums one column to the left of `current` (the last lane of
+// `previous` enters) and one to the right (the first lane of `next` enters).
+inline Sums16 leftOf(const Sums16& previous, const Sums16& current) {
+    return {vextq_u16(previous.high, current.low, 7), vextq_u16(current.low, current.high, 7)};
+}
+inline Sums16 rightOf(const Sums16& current, const Sums16& next) {
+    return {vextq_u16(current.low, current.high, 1), vextq_u16(current.high, next.low, 1)};
+}
+
+// 16 outputs from the column sums left of, at and right of them (window
+// sums at most 9 * 255).
+inline void writeSixteen3x3(uint8_t* out, const Sums16& left, const Sums16& centre, const Sums16& right) {
+    const uint16x8_t low = vaddq_u16(vaddq_u16(left.low, centre.low), right.low);
+    const uint16x8_t high = vaddq_u16(vaddq_u16(left.high, centre.high), right.high);
+    vst1q_u8(out, vcombine_u8(scale<7282>(low), scale<7282>(high)));
+}
+
+// One output row of width >= kMinWidth3x3 from its N rows inside the image.
+// The loop carries the sums of the previous, current and next 16 columns;
+// the last outputs (fewer than 32) take their outer neighbours from loads
+// one column over, the final 16 ending at the last column.
+constexpr ptrdiff_t kMinWidth3x3 = 18;
+
+template <int N>
+void boxRow3x3(const uint8_t* const* rows, ptrdiff_t width, uint8_t* out) {
+    const Sums16 zero = {vdupq_n_u16(0), vdupq_n_u16(0)};
+    Sums16 previous = zero, current = columnSums16<N>(rows, 0);
+    ptrdiff_t x = 0;
+    for (; x + 32 <= width; x += 16) {
+        const Sums16 next = columnSums16<N>(rows, x + 16);
+        writeSixteen3x3(out + x, leftOf(previous, current), current, rightOf(current, next));
+        previous = current;
+        current = next;
+    }
+    if (width - x > 16) writeSixteen3x3(out + x, leftOf(previous, current), current, columnSums16<N>(rows, x + 1));
+    const ptrdiff_t last = width - 16;
+    const Sums16 final = columnSums16<N>(rows, last);
+    writeSixteen3x3(out + last, columnSums16<N>(rows, last - 1), final, rightOf(final, zero));
+}
+
+void boxFilter3x3(const uint8_t* src, uint32_t width, uint32_t height, uint32_t srcStride, uint8_t* dst,
+                  uint32_t dstStride) {
+    auto row = [&](uint32_t y) { return src + static_cast<size_t>(y) * srcStride; };
+    auto out = [&](uint32_t y) { return dst + static_cast<size_t>(y) * dstStride; };
+    const uint8_t* top[2] = {row(0), row(1)};
+    boxRow3x3<2>(top, width, out(0));
+    for (uint32_t y = 1; y + 1 < height; ++y) {
+        const uint8_t* rows[3] = {row(y - 1), row(y), row(y + 1)};
+        boxRow3x3<3>(rows, width, out(y));
+    }
+    const uint8_t* bottom[2] = {row(height - 2), row(height - 1)};
+    boxRow3x3<2>(bottom, width, out(height - 1));
+}
+
 }  // namespace
 
 extern "C" {
@@ -150,7 +230,10 @@ extern "C" {
 void obxBoxFilter3x3u8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                         uint8_t* dst, uint32_t dstStride) {
     OMBRIX_ASSERT(src && dst && srcWidth && srcHeight && srcStride && dstStride && ( srcStride >=srcWidth ) && srcWidth > 2 && srcHeight > 2);
-    boxFilter<1, 7282>(src, srcWidth, srcHeight, srcStride, dst, dstStride);
+    if (srcWidth >= kMinWidth3x3)
+        boxFilter3x3(src, srcWidth, srcHeight, srcStride, dst, dstStride);
+    else
+        boxFilter<1, 7282>(src, srcWidth, srcHeight, srcStride, dst, dstStride);
 }
 
 void obxBoxFilter5x5u8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
