@@ -58,9 +58,10 @@ static inline int32x4x2_t widenS16(int16x8_t a) {
 static inline int32x4x2_t addWideS16(int16x8_t a, int16x8_t b) {
     return {{vaddl_s16(vget_low_s16(a), vget_low_s16(b)), vaddl_s16(vget_high_s16(a), vget_high_s16(b))}};
 }
-// acc + a * n, a widened from u16.
-static inline uint32x4x2_t mlaWideU16(uint32x4x2_t acc, uint16x8_t a, uint16_t n) {
-    return {{vmlal_n_u16(acc.val[0], vget_low_u16(a), n), vmlal_n_u16(acc.val[1], vget_high_u16(a), n)}};
+// acc + a * n, a widened from u16, with n in lane 0 of `k`: held in a
+// register, where the scalar form gets n moved into a lane on every use.
+static inline uint32x4x2_t mlaWideU16(uint32x4x2_t acc, uint16x8_t a, uint16x4_t k) {
+    return {{vmlal_lane_u16(acc.val[0], vget_low_u16(a), k, 0), vmlal_lane_u16(acc.val[1], vget_high_u16(a), k, 0)}};
 }
 template <int N>
 static inline uint8x16_t shiftNarrowU16(uint16x8_t a, uint16x8_t b) {
@@ -76,13 +77,22 @@ template <int N>
 static inline int16x8_t shiftNarrowS32(int32x4_t a, int32x4_t b) {
     return vcombine_s16(vshrn_n_s32(a, N), vshrn_n_s32(b, N));
 }
-// acc + a * n, a widened from u8 (or s16).
+// acc + a * k[L], the multiplier a lane of a register.
+template <int L>
+static inline uint16x8_t mlaLane(uint16x8_t acc, uint16x8_t a, uint16x4_t k) {
+    return vmlaq_lane_u16(acc, a, k, L);
+}
+template <int L>
+static inline uint32x4_t mlaLane(uint32x4_t acc, uint32x4_t a, uint32x2_t k) {
+    return vmlaq_lane_u32(acc, a, k, L);
+}
+// acc + a * n, a widened from u8 (or from s16, n in lane 0 of `k`).
 static inline uint16x8x2_t mlaWideU8(uint16x8x2_t acc, uint8x16_t a, uint8_t n) {
     const uint8x8_t k = vdup_n_u8(n);
     return {{vmlal_u8(acc.val[0], vget_low_u8(a), k), vmlal_u8(acc.val[1], vget_high_u8(a), k)}};
 }
-static inline int32x4x2_t mlaWideS16(int32x4x2_t acc, int16x8_t a, int16_t n) {
-    return {{vmlal_n_s16(acc.val[0], vget_low_s16(a), n), vmlal_n_s16(acc.val[1], vget_high_s16(a), n)}};
+static inline int32x4x2_t mlaWideS16(int32x4x2_t acc, int16x8_t a, int16x4_t k) {
+    return {{vmlal_lane_s16(acc.val[0], vget_low_s16(a), k, 0), vmlal_lane_s16(acc.val[1], vget_high_s16(a), k, 0)}};
 }
 template <int N>
 static inline uint16x8_t shiftNarrowU32(uint32x4_t a, uint32x4_t b) {
@@ -113,8 +123,9 @@ static inline int32x4x2_t addWideS16(int16x8_t a, int16x8_t b) {
     const int32x4x2_t wa = widenS16(a), wb = widenS16(b);
     return {{vaddq_s32(wa.val[0], wb.val[0]), vaddq_s32(wa.val[1], wb.val[1])}};
 }
-static inline uint32x4x2_t mlaWideU16(uint32x4x2_t acc, uint16x8_t a, uint16_t n) {
+static inline uint32x4x2_t mlaWideU16(uint32x4x2_t acc, uint16x8_t a, uint16x4_t k) {
     const uint32x4x2_t wa = widenU16(a);
+    const uint16_t n = vget_lane_u16(k, 0);
     return {{vmlaq_n_u32(acc.val[0], wa.val[0], n), vmlaq_n_u32(acc.val[1], wa.val[1], n)}};
 }
 static inline uint8x16_t narrowU16(uint16x8_t a, uint16x8_t b) {
@@ -131,12 +142,21 @@ template <int N>
 static inline int16x8_t shiftNarrowS32(int32x4_t a, int32x4_t b) {
     return vuzpq_s16(vreinterpretq_s16_s32(vshrq_n_s32(a, N)), vreinterpretq_s16_s32(vshrq_n_s32(b, N))).val[0];
 }
+template <int L>
+static inline uint16x8_t mlaLane(uint16x8_t acc, uint16x8_t a, uint16x4_t k) {
+    return vmlaq_n_u16(acc, a, vget_lane_u16(k, L));
+}
+template <int L>
+static inline uint32x4_t mlaLane(uint32x4_t acc, uint32x4_t a, uint32x2_t k) {
+    return vmlaq_n_u32(acc, a, vget_lane_u32(k, L));
+}
 static inline uint16x8x2_t mlaWideU8(uint16x8x2_t acc, uint8x16_t a, uint8_t n) {
     const uint16x8x2_t wa = widenU8(a);
     return {{vmlaq_n_u16(acc.val[0], wa.val[0], n), vmlaq_n_u16(acc.val[1], wa.val[1], n)}};
 }
-static inline int32x4x2_t mlaWideS16(int32x4x2_t acc, int16x8_t a, int16_t n) {
+static inline int32x4x2_t mlaWideS16(int32x4x2_t acc, int16x8_t a, int16x4_t k) {
     const int32x4x2_t wa = widenS16(a);
+    const int16_t n = vget_lane_s16(k, 0);
     return {{vmlaq_n_s32(acc.val[0], wa.val[0], n), vmlaq_n_s32(acc.val[1], wa.val[1], n)}};
 }
 template <int N>
@@ -230,9 +250,12 @@ static OMBRIX_ALWAYS_INLINE void blurRowVector(const typename K::Pixel* src, ptr
     for (ptrdiff_t i = following / 2; i > 0; --i) {
         const Cols next = columnsStep<K>(p, stride, up, same);
         K::outputs(current, next, o);
+        o += kLanes;
+        opaque(o);
         current = columnsStep<K>(p, stride, up, same);
-        K::outputs(next, current, o + kLanes);
-        o += 2 * kLanes;
+        K::outputs(next, current, o);
+        o += kLanes;
+        opaque(o);
     }
     if (following % 2) {
         const Cols next = columnsStep<K>(p, stride, up, same);

@@ -52,7 +52,10 @@ struct Gaussian5x5u8 : GaussianThroughU16<Gaussian5x5u8, 2> {
 };
 
 // 11x11 on u8: column sums reach 1024 * 255, so they are kept in u32 lanes;
-// the 2-D sums (at most 255 << 20) fit too.
+// the 2-D sums (at most 255 << 20) fit too. The multipliers are lanes of
+// constant d registers, read by the lane forms of the multiply-accumulates:
+// splatted, they would take a q register each, and the column sums of two
+// blocks need most of them.
 struct Gaussian11x11u8 {
     using Pixel = uint8_t;
     using Vec = uint8x16_t;
@@ -65,15 +68,20 @@ struct Gaussian11x11u8 {
     // the rows k and 10 - k and c the centre row: both parts (<= 28560 and
     // <= 38760) still fit u16 lanes, so only the last step is widened.
     static OMBRIX_ALWAYS_INLINE Cols columns(const Vec* row) {
+        static const uint16_t kMultipliers[4] = {10, 45, 20, 35};
+        static const uint16_t kSix[4] = {6, 6, 6, 6};
+        const uint16x4_t k = vld1_u16(kMultipliers), six = vld1_u16(kSix);
         uint16x8x2_t pairs[5];
         for (int j = 0; j < 5; ++j) pairs[j] = addWideU8(row[j], row[10 - j]);
-        uint16x8x2_t inner = {{mulConst(pairs[3].val[0], 20), mulConst(pairs[3].val[1], 20)}};
-        inner = {{mlaConst(inner.val[0], pairs[4].val[0], 35), mlaConst(inner.val[1], pairs[4].val[1], 35)}};
+        uint16x8x2_t inner;
+        for (int h = 0; h < 2; ++h)
+            inner.val[h] = mlaLane<3>(vmulq_lane_u16(pairs[3].val[h], k, 2), pairs[4].val[h], k);
         inner = mlaWideU8(inner, row[5], 42);
         Cols sums;
         for (int h = 0; h < 2; ++h) {
-            const uint16x8_t outer = mlaConst(mlaConst(pairs[0].val[h], pairs[1].val[h], 10), pairs[2].val[h], 45);
-            const uint32x4x2_t sum = mlaWideU16(widenU16(outer), inner.val[h], 6);
+            const uint16x8_t outer =
+                mlaLane<1>(mlaLane<0>(pairs[0].val[h], pairs[1].val[h], k), pairs[2].val[h], k);
+            const uint32x4x2_t sum = mlaWideU16(widenU16(outer), inner.val[h], six);
             sums.val[2 * h] = sum.val[0];
             sums.val[2 * h + 1] = sum.val[1];
         }
@@ -82,12 +90,14 @@ struct Gaussian11x11u8 {
     // The 2-D sums of the four outputs starting at lane 0 of a: the column
     // sums a, b, c and the first two lanes of d.
     static OMBRIX_ALWAYS_INLINE uint32x4_t row(uint32x4_t a, uint32x4_t b, uint32x4_t c, uint32x4_t d) {
+        static const uint32_t kMultipliers[6] = {10, 45, 120, 210, 252, 0};  // read as three d registers
+        const uint32x2_t k0 = vld1_u32(kMultipliers), k1 = vld1_u32(kMultipliers + 2), k2 = vld1_u32(kMultipliers + 4);
         uint32x4_t sum = vaddq_u32(a, vextq_u32(c, d, 2));
-        sum = mlaConst(sum, vaddq_u32(vextq_u32(a, b, 1), vextq_u32(c, d, 1)), 10);
-        sum = mlaConst(sum, vaddq_u32(vextq_u32(a, b, 2), c), 45);
-        sum = mlaConst(sum, vaddq_u32(vextq_u32(a, b, 3), vextq_u32(b, c, 3)), 120);
-        sum = mlaConst(sum, vaddq_u32(b, vextq_u32(b, c, 2)), 210);
-        return mlaConst(sum, vextq_u32(b, c, 1), 252);
+        sum = mlaLane<0>(sum, vaddq_u32(vextq_u32(a, b, 1), vextq_u32(c, d, 1)), k0);
+        sum = mlaLane<1>(sum, vaddq_u32(vextq_u32(a, b, 2), c), k0);
+        sum = mlaLane<0>(sum, vaddq_u32(vextq_u32(a, b, 3), vextq_u32(b, c, 3)), k1);
+        sum = mlaLane<1>(sum, vaddq_u32(b, vextq_u32(b, c, 2)), k1);
+        return mlaLane<0>(sum, vextq_u32(b, c, 1), k2);
     }
     // Sums >> 16 are at most 255 << 4 and fit u16; results >> 4 fit u8.
     static OMBRIX_ALWAYS_INLINE void outputs(const Cols& c, const Cols& n, uint8_t* out) {
@@ -112,7 +122,8 @@ struct Gaussian5x5s16 {
     static OMBRIX_ALWAYS_INLINE Cols columns(const Vec* row) {
         const Cols outer = addWideS16(row[0], row[4]), inner = addWideS16(row[1], row[3]);
         const Cols sum = {{mlaConst(outer.val[0], inner.val[0], 4), mlaConst(outer.val[1], inner.val[1], 4)}};
-        return mlaWideS16(sum, row[2], 6);
+        static const int16_t kSix[4] = {6, 6, 6, 6};
+        return mlaWideS16(sum, row[2], vld1_s16(kSix));
     }
     // The 2-D sums of the four outputs starting at lane 0 of c.
     static OMBRIX_ALWAYS_INLINE int32x4_t row(int32x4_t c, int32x4_t n) {
