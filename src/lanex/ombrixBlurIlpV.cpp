@@ -18,6 +18,7 @@ struct Gaussian5x5s32 {
     using Cols = uint32x4_t;
     static constexpr int R = 2;
     static constexpr ptrdiff_t kLanes = 4;
+    static constexpr int kRowsPerPass = 4;  // 8 row loads for 4 rows, not 20
 
     static OMBRIX_ALWAYS_INLINE uint32x4_t load(const int32_t* p) { return vreinterpretq_u32_s32(vld1q_s32(p)); }
     static OMBRIX_ALWAYS_INLINE uint32x4_t columns(const Vec* row) {

@@ -4,6 +4,7 @@
 //
 //   K::Pixel, K::R         image element, radius
 //   K::kLanes              columns per block
+//   K::kRowsPerPass        output rows formed together (1 or 2)
 //   K::Vec, K::load(p)     a row's kLanes pixels, loaded from p
 //   K::Cols                the column sums of one block
 //   K::columns(rows)       vertical kernel of a block from its pixels in
@@ -201,65 +202,86 @@ static OMBRIX_ALWAYS_INLINE void opaque(T*& p) {
     __asm__("" : "+r"(p));
 }
 
-// Column sums of the block whose source row 0 starts at p, each row's
-// pixels passed through `take` first. The rows are loaded in order, p
-// stepping `down` (the stride) after each row but the last and `up` after
-// it, so that one address walks a row of blocks without extra arithmetic.
-template <class K, class Take>
-static OMBRIX_ALWAYS_INLINE typename K::Cols columnsStep(const typename K::Pixel*& p, ptrdiff_t down, ptrdiff_t up,
-                                                        Take take) {
-    typename K::Vec rows[2 * K::R + 1];
-    for (int j = 0; j <= 2 * K::R; ++j) {
+// The column sums of one block for Rows consecutive output rows.
+template <class K, int Rows>
+struct Blocks {
+    typename K::Cols row[Rows];
+};
+
+// Column sums of the block whose source row 0 starts at p, for output rows
+// 0 .. Rows-1, each source row's pixels passed through `take` first. The
+// 2R + Rows source rows are loaded once, in order, p stepping `down` (the
+// stride) after each row but the last and `up` after it, so that one
+// address walks a row of blocks without extra arithmetic.
+template <class K, int Rows, class Take>
+static OMBRIX_ALWAYS_INLINE Blocks<K, Rows> columnsStep(const typename K::Pixel*& p, ptrdiff_t down, ptrdiff_t up,
+                                                       Take take) {
+    constexpr int kRows = 2 * K::R + Rows;
+    typename K::Vec rows[kRows];
+    for (int j = 0; j < kRows; ++j) {
         rows[j] = take(K::load(p));
-        p += j < 2 * K::R ? down : up;
+        p += j + 1 < kRows ? down : up;
         opaque(p);
     }
-    return K::columns(rows);
+    Blocks<K, Rows> sums;
+    for (int r = 0; r < Rows; ++r) sums.row[r] = K::columns(rows + r);
+    return sums;
 }
-template <class K>
-static OMBRIX_ALWAYS_INLINE typename K::Cols columnsAt(const typename K::Pixel* p, ptrdiff_t stride) {
-    return columnsStep<K>(p, stride, 0, [](typename K::Vec v) { return v; });
+template <class K, int Rows>
+static OMBRIX_ALWAYS_INLINE Blocks<K, Rows> columnsAt(const typename K::Pixel* p, ptrdiff_t stride) {
+    return columnsStep<K, Rows>(p, stride, 0, [](typename K::Vec v) { return v; });
 }
 
 // The same, exact in the first 2R lanes only, reading nothing at or after
 // p + 2R: the pixels come from the block ending there, moved down.
-template <class K>
-static OMBRIX_ALWAYS_INLINE typename K::Cols leadingColumnsAt(const typename K::Pixel* p, ptrdiff_t stride) {
+template <class K, int Rows>
+static OMBRIX_ALWAYS_INLINE Blocks<K, Rows> leadingColumnsAt(const typename K::Pixel* p, ptrdiff_t stride) {
     constexpr int kBack = static_cast<int>(K::kLanes) - 2 * K::R;
     p -= kBack;
-    return columnsStep<K>(p, stride, 0, [](typename K::Vec v) { return lanesFrom<kBack>(v); });
+    return columnsStep<K, Rows>(p, stride, 0, [](typename K::Vec v) { return lanesFrom<kBack>(v); });
 }
 
-// One interior row of at least kLanes outputs: out[x] from source columns
-// x .. x+2R of the rows from `src` on.
-template <class K>
-static OMBRIX_ALWAYS_INLINE void blurRowVector(const typename K::Pixel* src, ptrdiff_t stride, ptrdiff_t interior,
-                                               typename K::Pixel* out) {
+template <class K, int Rows>
+static OMBRIX_ALWAYS_INLINE void outputsOfRows(const Blocks<K, Rows>& current, const Blocks<K, Rows>& next,
+                                               typename K::Pixel* const* out) {
+    for (int r = 0; r < Rows; ++r) K::outputs(current.row[r], next.row[r], out[r]);
+}
+
+// Rows consecutive interior rows of at least kLanes outputs each: out[r][x]
+// from source columns x .. x+2R of the rows from src + r * stride on.
+template <class K, int Rows>
+static OMBRIX_ALWAYS_INLINE void blurRowsVector(const typename K::Pixel* src, ptrdiff_t stride, ptrdiff_t interior,
+                                                typename K::Pixel* const* out) {
     using Pixel = typename K::Pixel;
-    using Cols = typename K::Cols;
+    using Sums = Blocks<K, Rows>;
     constexpr ptrdiff_t kLanes = K::kLanes;
     const auto same = [](typename K::Vec v) { return v; };
-    const ptrdiff_t up = kLanes - 2 * K::R * stride;
+    const ptrdiff_t up = kLanes - (2 * K::R + Rows - 1) * stride;
     // Blocks after the first that lie wholly inside the row: each completes
     // the outputs of the block before it.
     const ptrdiff_t following = (interior + 2 * K::R) / kLanes - 1;
     const Pixel* p = src;
-    Pixel* o = out;
-    Cols current = columnsStep<K>(p, stride, up, same);
+    Pixel* o[Rows];
+    for (int r = 0; r < Rows; ++r) o[r] = out[r];
+    const auto advance = [&o] {
+        for (int r = 0; r < Rows; ++r) {
+            o[r] += kLanes;
+            opaque(o[r]);
+        }
+    };
+    Sums current = columnsStep<K, Rows>(p, stride, up, same);
     // Two blocks a step, so that the column sums stay in their registers.
     for (ptrdiff_t i = following / 2; i > 0; --i) {
-        const Cols next = columnsStep<K>(p, stride, up, same);
-        K::outputs(current, next, o);
-        o += kLanes;
-        opaque(o);
-        current = columnsStep<K>(p, stride, up, same);
-        K::outputs(next, current, o);
-        o += kLanes;
-        opaque(o);
+        const Sums next = columnsStep<K, Rows>(p, stride, up, same);
+        outputsOfRows<K, Rows>(current, next, o);
+        advance();
+        current = columnsStep<K, Rows>(p, stride, up, same);
+        outputsOfRows<K, Rows>(next, current, o);
+        advance();
     }
     if (following % 2) {
-        const Cols next = columnsStep<K>(p, stride, up, same);
-        K::outputs(current, next, o);
+        const Sums next = columnsStep<K, Rows>(p, stride, up, same);
+        outputsOfRows<K, Rows>(current, next, o);
         current = next;
     }
     // Fewer than 2 kLanes - 2R outputs remain: the block at x if they fill
@@ -267,32 +289,43 @@ static OMBRIX_ALWAYS_INLINE void blurRowVector(const typename K::Pixel* src, ptr
     for (ptrdiff_t x = following * kLanes; x < interior; x += kLanes) {
         if (x + kLanes > interior) {
             x = interior - kLanes;
-            current = columnsAt<K>(src + x, stride);
+            current = columnsAt<K, Rows>(src + x, stride);
         }
-        K::outputs(current, leadingColumnsAt<K>(src + x + kLanes, stride), out + x);
+        for (int r = 0; r < Rows; ++r) o[r] = out[r] + x;
+        outputsOfRows<K, Rows>(current, leadingColumnsAt<K, Rows>(src + x + kLanes, stride), o);
     }
 }
 
+// The interior: K::kRowsPerPass rows at a time sharing their source rows'
+// loads, then the rows left one at a time.
 template <class K>
 static void blurInteriorVector(const typename K::Pixel* src, uint32_t width, uint32_t height, uint32_t srcStride,
                                typename K::Pixel* dst, uint32_t dstStride) {
     using Pixel = typename K::Pixel;
-    constexpr int R = K::R;
+    constexpr int R = K::R, kRows = K::kRowsPerPass;
     const ptrdiff_t interior = interiorWidth(width, R);
     if (interior <= 0 || height <= 2u * R) return;
-    for (uint32_t y = R; y + R < height; ++y) {
-        const Pixel* top = rowAt(src, srcStride, y - R);
-        Pixel* out = rowAt(dst, dstStride, y) + R;
-        if (interior >= K::kLanes) {
-            blurRowVector<K>(top, srcStride, interior, out);
-            continue;
+    if (interior < K::kLanes) {
+        for (uint32_t y = R; y + R < height; ++y) {
+            const Pixel* rows[2 * R + 1];
+            for (int j = 0; j <= 2 * R; ++j) rows[j] = rowAt(src, srcStride, y - R + j);
+            Pixel* out = rowAt(dst, dstStride, y) + R;
+            uint32_t cols[K::kLanes + 2 * R];
+            for (ptrdiff_t i = 0; i < interior + 2 * R; ++i) cols[i] = columnSum<Pixel, R>(rows, i);
+            for (ptrdiff_t i = 0; i < interior; ++i)
+                out[i] = normaliseShift<Pixel>(rowSum<R>(cols + i), Binomial<R>::shift);
         }
-        const Pixel* rows[2 * R + 1];
-        for (int j = 0; j <= 2 * R; ++j) rows[j] = top + static_cast<size_t>(j) * srcStride;
-        uint32_t cols[K::kLanes + 2 * R];
-        for (ptrdiff_t i = 0; i < interior + 2 * R; ++i) cols[i] = columnSum<Pixel, R>(rows, i);
-        for (ptrdiff_t i = 0; i < interior; ++i)
-            out[i] = normaliseShift<Pixel>(rowSum<R>(cols + i), Binomial<R>::shift);
+        return;
+    }
+    uint32_t y = R;
+    for (; y + R + kRows <= height; y += kRows) {
+        Pixel* out[kRows];
+        for (int r = 0; r < kRows; ++r) out[r] = rowAt(dst, dstStride, y + r) + R;
+        blurRowsVector<K, kRows>(rowAt(src, srcStride, y - R), srcStride, interior, out);
+    }
+    for (; y + R < height; ++y) {
+        Pixel* const out = rowAt(dst, dstStride, y) + R;
+        blurRowsVector<K, 1>(rowAt(src, srcStride, y - R), srcStride, interior, &out);
     }
 }
 

@@ -21,6 +21,7 @@ struct GaussianThroughU16 {
     using Cols = uint16x8x2_t;
     static constexpr int R = Radius;
     static constexpr ptrdiff_t kLanes = 16;
+    static constexpr int kRowsPerPass = 2;  // rows share loads; 3 measured slower
     static OMBRIX_ALWAYS_INLINE uint8x16_t load(const uint8_t* p) { return vld1q_u8(p); }
     static OMBRIX_ALWAYS_INLINE void outputs(const Cols& c, const Cols& n, uint8_t* out) {
         vst1q_u8(out, shiftNarrowU16<Binomial<R>::shift>(K::row(c.val[0], c.val[1]), K::row(c.val[1], n.val[0])));
@@ -62,6 +63,7 @@ struct Gaussian11x11u8 {
     using Cols = uint32x4x4_t;
     static constexpr int R = 5;
     static constexpr ptrdiff_t kLanes = 16;
+    static constexpr int kRowsPerPass = 1;  // 2 measured far slower
     static OMBRIX_ALWAYS_INLINE uint8x16_t load(const uint8_t* p) { return vld1q_u8(p); }
 
     // V = p0 + 10 p1 + 45 p2 + 6 (20 p3 + 35 p4 + 42 c) with p_k the sums of
@@ -117,6 +119,7 @@ struct Gaussian5x5s16 {
     using Cols = int32x4x2_t;
     static constexpr int R = 2;
     static constexpr ptrdiff_t kLanes = 8;
+    static constexpr int kRowsPerPass = 2;  // rows share loads; 3 measured slower
     static OMBRIX_ALWAYS_INLINE int16x8_t load(const int16_t* p) { return vld1q_s16(p); }
 
     static OMBRIX_ALWAYS_INLINE Cols columns(const Vec* row) {
