@@ -10,45 +10,67 @@ namespace {
 
 using namespace ombrix_blur;
 
-// Kernels on u8 whose column sums and 2-D sums fit u16 lanes: K supplies
-// columns() and row(c, n), the 2-D sums of the eight outputs starting at
-// lane 0 of the column sums c (n holding the ones after); this loads
-// sixteen pixels a row and shifts and narrows sixteen outputs at a time.
-template <class K, int Radius>
-struct GaussianThroughU16 {
+// Kernels on u8 whose column sums and 2-D sums fit u16 lanes, on blocks of
+// sixteen columns loaded as their eight even and eight odd columns (vld2):
+// taps two columns apart lie in one plane, so each horizontal kernel needs
+// half the lane extractions, and results whose 2-D sums hold them in their
+// high bytes return to pixel order with one shift-and-insert.
+template <int Radius>
+struct GaussianEvenOdd {
     using Pixel = uint8_t;
-    using Vec = uint8x16_t;
-    using Cols = uint16x8x2_t;
+    using Vec = uint8x8x2_t;    // even columns, odd columns
+    using Cols = uint16x8x2_t;  // their column sums
     static constexpr int R = Radius;
     static constexpr ptrdiff_t kLanes = 16;
     static constexpr int kRowsPerPass = 2;  // rows share loads; 3 measured slower
-    static OMBRIX_ALWAYS_INLINE uint8x16_t load(const uint8_t* p) { return vld1q_u8(p); }
+    static OMBRIX_ALWAYS_INLINE uint8x8x2_t load(const uint8_t* p) { return vld2_u8(p); }
+    // Outputs 2i from the high byte of even[i], 2i+1 from that of odd[i].
+    static OMBRIX_ALWAYS_INLINE void store(uint8_t* out, uint16x8_t even, uint16x8_t odd) {
+        vst1q_u8(out, vreinterpretq_u8_u16(vsriq_n_u16(odd, even, 8)));
+    }
+};
+
+// 3x3 on u8: column sums a + 2b + c <= 1020 and the 2-D sums <= 4080, so
+// sums << 4 (<= 65280) still fit and hold the results in their high bytes.
+struct Gaussian3x3u8 : GaussianEvenOdd<1> {
+    static OMBRIX_ALWAYS_INLINE Cols columns(const Vec* row) {
+        const uint8x8_t two = vdup_n_u8(2);
+        Cols sums;
+        for (int h = 0; h < 2; ++h)
+            sums.val[h] = vmlal_u8(vaddl_u8(row[0].val[h], row[2].val[h]), row[1].val[h], two);
+        return sums;
+    }
+    // Output 2i is e[i] + 2 o[i] + e[i+1], output 2i+1 is o[i] + 2 e[i+1] + o[i+1].
     static OMBRIX_ALWAYS_INLINE void outputs(const Cols& c, const Cols& n, uint8_t* out) {
-        vst1q_u8(out, shiftNarrowU16<Binomial<R>::shift>(K::row(c.val[0], c.val[1]), K::row(c.val[1], n.val[0])));
+        const uint16x8_t e = c.val[0], o = c.val[1];
+        const uint16x8_t e1 = vextq_u16(e, n.val[0], 1), o1 = vextq_u16(o, n.val[1], 1);
+        const uint16x8_t even = mlaConst(vaddq_u16(e, e1), o, 2), odd = mlaConst(vaddq_u16(o, o1), e1, 2);
+        store(out, vshlq_n_u16(even, 4), vshlq_n_u16(odd, 4));
     }
 };
 
-// 3x3 on u8: column sums a + 2b + c <= 1020 and the 2-D sums <= 4080.
-struct Gaussian3x3u8 : GaussianThroughU16<Gaussian3x3u8, 1> {
+// 5x5 on u8: column sums <= 16 * 255 and the 2-D sums <= 256 * 255, whose
+// high bytes are the results.
+struct Gaussian5x5u8 : GaussianEvenOdd<2> {
     static OMBRIX_ALWAYS_INLINE Cols columns(const Vec* row) {
-        return mlaWideU8(addWideU8(row[0], row[2]), row[1], 2);
+        const uint8x8_t six = vdup_n_u8(6);
+        Cols sums;
+        for (int h = 0; h < 2; ++h) {
+            const uint16x8_t outer = vaddl_u8(row[0].val[h], row[4].val[h]);
+            const uint16x8_t inner = vaddl_u8(row[1].val[h], row[3].val[h]);
+            sums.val[h] = vmlal_u8(mlaConst(outer, inner, 4), row[2].val[h], six);
+        }
+        return sums;
     }
-    static OMBRIX_ALWAYS_INLINE uint16x8_t row(uint16x8_t c, uint16x8_t n) {
-        return mlaConst(vaddq_u16(c, vextq_u16(c, n, 2)), vextq_u16(c, n, 1), 2);
-    }
-};
-
-// 5x5 on u8: column sums <= 16 * 255 and the 2-D sums <= 256 * 255.
-struct Gaussian5x5u8 : GaussianThroughU16<Gaussian5x5u8, 2> {
-    static OMBRIX_ALWAYS_INLINE Cols columns(const Vec* row) {
-        const Cols outer = addWideU8(row[0], row[4]), inner = addWideU8(row[1], row[3]);
-        const Cols sum = {{mlaConst(outer.val[0], inner.val[0], 4), mlaConst(outer.val[1], inner.val[1], 4)}};
-        return mlaWideU8(sum, row[2], 6);
-    }
-    static OMBRIX_ALWAYS_INLINE uint16x8_t row(uint16x8_t c, uint16x8_t n) {
-        const uint16x8_t outer = vaddq_u16(c, vextq_u16(c, n, 4));
-        const uint16x8_t inner = vaddq_u16(vextq_u16(c, n, 1), vextq_u16(c, n, 3));
-        return mlaConst(mlaConst(outer, inner, 4), vextq_u16(c, n, 2), 6);
+    // Output 2i is e[i] + 4 o[i] + 6 e[i+1] + 4 o[i+1] + e[i+2], output 2i+1
+    // the same with the planes swapped and one lane on.
+    static OMBRIX_ALWAYS_INLINE void outputs(const Cols& c, const Cols& n, uint8_t* out) {
+        const uint16x8_t e = c.val[0], o = c.val[1];
+        const uint16x8_t e1 = vextq_u16(e, n.val[0], 1), e2 = vextq_u16(e, n.val[0], 2);
+        const uint16x8_t o1 = vextq_u16(o, n.val[1], 1), o2 = vextq_u16(o, n.val[1], 2);
+        const uint16x8_t even = mlaConst(mlaConst(vaddq_u16(e, e2), vaddq_u16(o, o1), 4), e1, 6);
+        const uint16x8_t odd = mlaConst(mlaConst(vaddq_u16(o, o2), vaddq_u16(e1, e2), 4), o1, 6);
+        store(out, even, odd);
     }
 };
 
