@@ -193,8 +193,9 @@ static inline uint8x8x2_t lanesFrom(uint8x8x2_t v) {
     return {{vext_u8(v.val[0], v.val[0], N / 2), vext_u8(v.val[1], v.val[1], N / 2)}};
 }
 template <int N>
-static inline int16x8_t lanesFrom(int16x8_t v) {
-    return vextq_s16(v, v, N);
+static inline int16x4x2_t lanesFrom(int16x4x2_t v) {
+    static_assert(N % 2 == 0, "a block of planes moves by whole pairs of columns");
+    return {{vext_s16(v.val[0], v.val[0], N / 2), vext_s16(v.val[1], v.val[1], N / 2)}};
 }
 template <int N>
 static inline uint32x4_t lanesFrom(uint32x4_t v) {
