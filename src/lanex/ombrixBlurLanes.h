@@ -4,7 +4,7 @@
 //
 //   K::Pixel, K::R         image element, radius
 //   K::kLanes              columns per block
-//   K::kRowsPerPass        output rows formed together (1 or 2)
+//   K::kRowsPerPass        output rows formed from one pass of loads
 //   K::Vec, K::load(p)     a row's kLanes pixels, loaded from p
 //   K::Cols                the column sums of one block
 //   K::columns(rows)       vertical kernel of a block from its pixels in
@@ -87,13 +87,10 @@ template <int L>
 static inline uint32x4_t mlaLane(uint32x4_t acc, uint32x4_t a, uint32x2_t k) {
     return vmlaq_lane_u32(acc, a, k, L);
 }
-// acc + a * n, a widened from u8 (or from s16, n in lane 0 of `k`).
+// acc + a * n, a widened from u8.
 static inline uint16x8x2_t mlaWideU8(uint16x8x2_t acc, uint8x16_t a, uint8_t n) {
     const uint8x8_t k = vdup_n_u8(n);
     return {{vmlal_u8(acc.val[0], vget_low_u8(a), k), vmlal_u8(acc.val[1], vget_high_u8(a), k)}};
-}
-static inline int32x4x2_t mlaWideS16(int32x4x2_t acc, int16x8_t a, int16x4_t k) {
-    return {{vmlal_lane_s16(acc.val[0], vget_low_s16(a), k, 0), vmlal_lane_s16(acc.val[1], vget_high_s16(a), k, 0)}};
 }
 template <int N>
 static inline uint16x8_t shiftNarrowU32(uint32x4_t a, uint32x4_t b) {
@@ -154,11 +151,6 @@ static inline uint32x4_t mlaLane(uint32x4_t acc, uint32x4_t a, uint32x2_t k) {
 static inline uint16x8x2_t mlaWideU8(uint16x8x2_t acc, uint8x16_t a, uint8_t n) {
     const uint16x8x2_t wa = widenU8(a);
     return {{vmlaq_n_u16(acc.val[0], wa.val[0], n), vmlaq_n_u16(acc.val[1], wa.val[1], n)}};
-}
-static inline int32x4x2_t mlaWideS16(int32x4x2_t acc, int16x8_t a, int16x4_t k) {
-    const int32x4x2_t wa = widenS16(a);
-    const int16_t n = vget_lane_s16(k, 0);
-    return {{vmlaq_n_s32(acc.val[0], wa.val[0], n), vmlaq_n_s32(acc.val[1], wa.val[1], n)}};
 }
 template <int N>
 static inline uint16x8_t shiftNarrowU32(uint32x4_t a, uint32x4_t b) {
