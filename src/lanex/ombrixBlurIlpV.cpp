@@ -8,25 +8,26 @@
 namespace {
 
 using ombrix_blur::blurVector;
-using ombrix_blur::ScalarStages;
 
 // 5x5 on s32: sums are formed on the u32 bit patterns, so they wrap exactly
-// like the reference's; the final shift is arithmetic on the s32 view.
-struct Gaussian5x5s32 : ScalarStages<int32_t, 2, uint32_t> {
-    static constexpr ptrdiff_t kColumnLanes = 4, kOutputLanes = 4;
+// like the reference's; the final shift is arithmetic on the s32 view. A
+// block is one vector, so the four columns after it are the next block whole.
+struct Gaussian5x5s32 {
+    using Pixel = int32_t;
+    using Vec = uint32x4_t;
+    using Cols = uint32x4_t;
+    static constexpr int R = 2;
+    static constexpr ptrdiff_t kLanes = 4;
+    static constexpr int kRowsPerPass = 4;  // 8 row loads for 4 rows, not 20
 
-    static inline uint32x4_t weigh(uint32x4_t a0, uint32x4_t a1, uint32x4_t a2, uint32x4_t a3, uint32x4_t a4) {
-        const uint32x4_t sum = vaddq_u32(vaddq_u32(a0, a4), vshlq_n_u32(vaddq_u32(a1, a3), 2));
-        return vmlaq_n_u32(sum, a2, 6);
+    static OMBRIX_ALWAYS_INLINE uint32x4_t load(const int32_t* p) { return vreinterpretq_u32_s32(vld1q_s32(p)); }
+    static OMBRIX_ALWAYS_INLINE uint32x4_t columns(const Vec* row) {
+        const uint32x4_t sum = mlaConst(vaddq_u32(row[0], row[4]), vaddq_u32(row[1], row[3]), 4);
+        return mlaConst(sum, row[2], 6);
     }
-    static inline uint32x4_t load(const int32_t* p) { return vreinterpretq_u32_s32(vld1q_s32(p)); }
-    static inline void columns(const int32_t* const* rows, ptrdiff_t x, uint32_t* mid) {
-        vst1q_u32(mid, weigh(load(rows[0] + x), load(rows[1] + x), load(rows[2] + x), load(rows[3] + x),
-                             load(rows[4] + x)));
-    }
-    static inline void outputs(const uint32_t* m, int32_t* out) {
-        const uint32x4_t sum = weigh(vld1q_u32(m), vld1q_u32(m + 1), vld1q_u32(m + 2), vld1q_u32(m + 3), vld1q_u32(m + 4));
-        vst1q_s32(out, vshrq_n_s32(vreinterpretq_s32_u32(sum), 8));
+    static OMBRIX_ALWAYS_INLINE void outputs(uint32x4_t c, uint32x4_t n, int32_t* out) {
+        const uint32x4_t sum = mlaConst(vaddq_u32(c, n), vaddq_u32(vextq_u32(c, n, 1), vextq_u32(c, n, 3)), 4);
+        vst1q_s32(out, vshrq_n_s32(vreinterpretq_s32_u32(mlaConst(sum, vextq_u32(c, n, 2), 6)), 8));
     }
 };
 

@@ -1,21 +1,27 @@
 // The separable driver of the vector binomial filters. A kernel class K
-// supplies the two stages for one element type and radius:
+// supplies the two stages for one element type and radius, on blocks of
+// columns held in registers:
 //
-//   K::Pixel, K::Mid       image element, column-sum element
-//   K::R                   radius
-//   K::kColumnLanes        columns per call of K::columns
-//   K::kOutputLanes        outputs per call of K::outputs
-//   K::columns(rows, x, mid)   vertical kernel of columns x .. x+kColumnLanes-1
-//   K::column(rows, x)         the same for one column
-//   K::outputs(mid, out)       horizontal kernel: out[j] from mid[j .. j+2R]
-//   K::output(mid)             the same for one output
+//   K::Pixel, K::R         image element, radius
+//   K::kLanes              columns per block
+//   K::kRowsPerPass        output rows formed from one pass of loads
+//   K::Vec, K::load(p)     a row's kLanes pixels, loaded from p
+//   K::Cols                the column sums of one block
+//   K::columns(rows)       vertical kernel of a block from its pixels in
+//                          the source rows rows[0 .. 2R]
+//   K::outputs(c, n, out)  horizontal kernel: out[0 .. kLanes-1] from the
+//                          column sums of block c and the first 2R of the
+//                          block n that follows it
 //
-// Each interior row is done in chunks: the column sums of the chunk go to a
-// stack buffer, then the horizontal kernel reads them back. A stage whose
-// count is not a multiple of its lanes finishes with one step overlapping the
-// previous one backwards (it rewrites equal values); counts below one step
-// use the scalar forms, which compute the same formula. Nothing outside the
-// interior columns of the interior rows is read past the image or written.
+// Each interior row runs along the blocks: the column sums of a block are
+// formed once and serve as the current block, then as the right neighbour
+// of the one before. The last outputs, which the next full block would read
+// past the row, come from blocks that end at the row's end (overlapping
+// backwards, rewriting equal values), their neighbours' columns moved down
+// from a load ending at the row's last pixel. Rows with fewer interior
+// columns than one block use the reference's scalar arithmetic. Nothing
+// outside the interior columns of the interior rows is read past the image
+// or written.
 #ifndef OMBRIX_BLUR_LANES_H
 #define OMBRIX_BLUR_LANES_H
 
@@ -54,9 +60,10 @@ static inline int32x4x2_t widenS16(int16x8_t a) {
 static inline int32x4x2_t addWideS16(int16x8_t a, int16x8_t b) {
     return {{vaddl_s16(vget_low_s16(a), vget_low_s16(b)), vaddl_s16(vget_high_s16(a), vget_high_s16(b))}};
 }
-// acc + a * n, a widened from u16.
-static inline uint32x4x2_t mlaWideU16(uint32x4x2_t acc, uint16x8_t a, uint16_t n) {
-    return {{vmlal_n_u16(acc.val[0], vget_low_u16(a), n), vmlal_n_u16(acc.val[1], vget_high_u16(a), n)}};
+// acc + a * n, a widened from u16, with n in lane 0 of `k`: held in a
+// register, where the scalar form gets n moved into a lane on every use.
+static inline uint32x4x2_t mlaWideU16(uint32x4x2_t acc, uint16x8_t a, uint16x4_t k) {
+    return {{vmlal_lane_u16(acc.val[0], vget_low_u16(a), k, 0), vmlal_lane_u16(acc.val[1], vget_high_u16(a), k, 0)}};
 }
 template <int N>
 static inline uint8x16_t shiftNarrowU16(uint16x8_t a, uint16x8_t b) {
@@ -71,6 +78,24 @@ static inline uint16x8_t narrowU32(uint32x4_t a, uint32x4_t b) {
 template <int N>
 static inline int16x8_t shiftNarrowS32(int32x4_t a, int32x4_t b) {
     return vcombine_s16(vshrn_n_s32(a, N), vshrn_n_s32(b, N));
+}
+// acc + a * k[L], the multiplier a lane of a register.
+template <int L>
+static inline uint16x8_t mlaLane(uint16x8_t acc, uint16x8_t a, uint16x4_t k) {
+    return vmlaq_lane_u16(acc, a, k, L);
+}
+template <int L>
+static inline uint32x4_t mlaLane(uint32x4_t acc, uint32x4_t a, uint32x2_t k) {
+    return vmlaq_lane_u32(acc, a, k, L);
+}
+// acc + a * n, a widened from u8.
+static inline uint16x8x2_t mlaWideU8(uint16x8x2_t acc, uint8x16_t a, uint8_t n) {
+    const uint8x8_t k = vdup_n_u8(n);
+    return {{vmlal_u8(acc.val[0], vget_low_u8(a), k), vmlal_u8(acc.val[1], vget_high_u8(a), k)}};
+}
+template <int N>
+static inline uint16x8_t shiftNarrowU32(uint32x4_t a, uint32x4_t b) {
+    return vcombine_u16(vshrn_n_u32(a, N), vshrn_n_u32(b, N));
 }
 
 #else
@@ -97,8 +122,9 @@ static inline int32x4x2_t addWideS16(int16x8_t a, int16x8_t b) {
     const int32x4x2_t wa = widenS16(a), wb = widenS16(b);
     return {{vaddq_s32(wa.val[0], wb.val[0]), vaddq_s32(wa.val[1], wb.val[1])}};
 }
-static inline uint32x4x2_t mlaWideU16(uint32x4x2_t acc, uint16x8_t a, uint16_t n) {
+static inline uint32x4x2_t mlaWideU16(uint32x4x2_t acc, uint16x8_t a, uint16x4_t k) {
     const uint32x4x2_t wa = widenU16(a);
+    const uint16_t n = vget_lane_u16(k, 0);
     return {{vmlaq_n_u32(acc.val[0], wa.val[0], n), vmlaq_n_u32(acc.val[1], wa.val[1], n)}};
 }
 static inline uint8x16_t narrowU16(uint16x8_t a, uint16x8_t b) {
@@ -114,6 +140,22 @@ static inline uint16x8_t narrowU32(uint32x4_t a, uint32x4_t b) {
 template <int N>
 static inline int16x8_t shiftNarrowS32(int32x4_t a, int32x4_t b) {
     return vuzpq_s16(vreinterpretq_s16_s32(vshrq_n_s32(a, N)), vreinterpretq_s16_s32(vshrq_n_s32(b, N))).val[0];
+}
+template <int L>
+static inline uint16x8_t mlaLane(uint16x8_t acc, uint16x8_t a, uint16x4_t k) {
+    return vmlaq_n_u16(acc, a, vget_lane_u16(k, L));
+}
+template <int L>
+static inline uint32x4_t mlaLane(uint32x4_t acc, uint32x4_t a, uint32x2_t k) {
+    return vmlaq_n_u32(acc, a, vget_lane_u32(k, L));
+}
+static inline uint16x8x2_t mlaWideU8(uint16x8x2_t acc, uint8x16_t a, uint8_t n) {
+    const uint16x8x2_t wa = widenU8(a);
+    return {{vmlaq_n_u16(acc.val[0], wa.val[0], n), vmlaq_n_u16(acc.val[1], wa.val[1], n)}};
+}
+template <int N>
+static inline uint16x8_t shiftNarrowU32(uint32x4_t a, uint32x4_t b) {
+    return narrowU32(vshrq_n_u32(a, N), vshrq_n_u32(b, N));
 }
 
 #endif
@@ -131,29 +173,159 @@ static inline void forEachStep(ptrdiff_t count, ptrdiff_t lanes, Vector vector, 
     if (i < count) vector(count - lanes);
 }
 
+// The pixels of a vector with their lanes moved down by N (lanes N.. first):
+// the block that starts N columns after the one loaded.
+template <int N>
+static inline uint8x16_t lanesFrom(uint8x16_t v) {
+    return vextq_u8(v, v, N);
+}
+// Blocks held as their even and odd columns move down by N / 2 lanes each.
+template <int N>
+static inline uint8x8x2_t lanesFrom(uint8x8x2_t v) {
+    static_assert(N % 2 == 0, "a block of planes moves by whole pairs of columns");
+    return {{vext_u8(v.val[0], v.val[0], N / 2), vext_u8(v.val[1], v.val[1], N / 2)}};
+}
+template <int N>
+static inline int16x4x2_t lanesFrom(int16x4x2_t v) {
+    static_assert(N % 2 == 0, "a block of planes moves by whole pairs of columns");
+    return {{vext_s16(v.val[0], v.val[0], N / 2), vext_s16(v.val[1], v.val[1], N / 2)}};
+}
+template <int N>
+static inline uint32x4_t lanesFrom(uint32x4_t v) {
+    return vextq_u32(v, v, N);
+}
+
+// Hides a pointer's value from the optimiser, which would otherwise turn a
+// walking address back into a base plus one offset register per row.
+template <typename T>
+static OMBRIX_ALWAYS_INLINE void opaque(T*& p) {
+    __asm__("" : "+r"(p));
+}
+
+// The column sums of one block for Rows consecutive output rows.
+template <class K, int Rows>
+struct Blocks {
+    typename K::Cols row[Rows];
+};
+
+// Column sums of the block whose source row 0 starts at p, for output rows
+// 0 .. Rows-1, each source row's pixels passed through `take` first. The
+// 2R + Rows source rows are loaded once, in order, p stepping `down` (the
+// stride) after each row but the last and `up` after it, so that one
+// address walks a row of blocks without extra arithmetic.
+template <class K, int Rows, class Take>
+static OMBRIX_ALWAYS_INLINE Blocks<K, Rows> columnsStep(const typename K::Pixel*& p, ptrdiff_t down, ptrdiff_t up,
+                                                       Take take) {
+    constexpr int kRows = 2 * K::R + Rows;
+    typename K::Vec rows[kRows];
+    for (int j = 0; j < kRows; ++j) {
+        rows[j] = take(K::load(p));
+        p += j + 1 < kRows ? down : up;
+        opaque(p);
+    }
+    Blocks<K, Rows> sums;
+    for (int r = 0; r < Rows; ++r) sums.row[r] = K::columns(rows + r);
+    return sums;
+}
+template <class K, int Rows>
+static OMBRIX_ALWAYS_INLINE Blocks<K, Rows> columnsAt(const typename K::Pixel* p, ptrdiff_t stride) {
+    return columnsStep<K, Rows>(p, stride, 0, [](typename K::Vec v) { return v; });
+}
+
+// The same, exact in the first 2R lanes only, reading nothing at or after
+// p + 2R: the pixels come from the block ending there, moved down.
+template <class K, int Rows>
+static OMBRIX_ALWAYS_INLINE Blocks<K, Rows> leadingColumnsAt(const typename K::Pixel* p, ptrdiff_t stride) {
+    constexpr int kBack = static_cast<int>(K::kLanes) - 2 * K::R;
+    p -= kBack;
+    return columnsStep<K, Rows>(p, stride, 0, [](typename K::Vec v) { return lanesFrom<kBack>(v); });
+}
+
+template <class K, int Rows>
+static OMBRIX_ALWAYS_INLINE void outputsOfRows(const Blocks<K, Rows>& current, const Blocks<K, Rows>& next,
+                                               typename K::Pixel* const* out) {
+    for (int r = 0; r < Rows; ++r) K::outputs(current.row[r], next.row[r], out[r]);
+}
+
+// Rows consecutive interior rows of at least kLanes outputs each: out[r][x]
+// from source columns x .. x+2R of the rows from src + r * stride on.
+template <class K, int Rows>
+static OMBRIX_ALWAYS_INLINE void blurRowsVector(const typename K::Pixel* src, ptrdiff_t stride, ptrdiff_t interior,
+                                                typename K::Pixel* const* out) {
+    using Pixel = typename K::Pixel;
+    using Sums = Blocks<K, Rows>;
+    constexpr ptrdiff_t kLanes = K::kLanes;
+    const auto same = [](typename K::Vec v) { return v; };
+    const ptrdiff_t up = kLanes - (2 * K::R + Rows - 1) * stride;
+    // Blocks after the first that lie wholly inside the row: each completes
+    // the outputs of the block before it.
+    const ptrdiff_t following = (interior + 2 * K::R) / kLanes - 1;
+    const Pixel* p = src;
+    Pixel* o[Rows];
+    for (int r = 0; r < Rows; ++r) o[r] = out[r];
+    const auto advance = [&o] {
+        for (int r = 0; r < Rows; ++r) {
+            o[r] += kLanes;
+            opaque(o[r]);
+        }
+    };
+    Sums current = columnsStep<K, Rows>(p, stride, up, same);
+    // Two blocks a step, so that the column sums stay in their registers.
+    for (ptrdiff_t i = following / 2; i > 0; --i) {
+        const Sums next = columnsStep<K, Rows>(p, stride, up, same);
+        outputsOfRows<K, Rows>(current, next, o);
+        advance();
+        current = columnsStep<K, Rows>(p, stride, up, same);
+        outputsOfRows<K, Rows>(next, current, o);
+        advance();
+    }
+    if (following % 2) {
+        const Sums next = columnsStep<K, Rows>(p, stride, up, same);
+        outputsOfRows<K, Rows>(current, next, o);
+        current = next;
+    }
+    // Fewer than 2 kLanes - 2R outputs remain: the block at x if they fill
+    // it, and the block ending at the last output.
+    for (ptrdiff_t x = following * kLanes; x < interior; x += kLanes) {
+        if (x + kLanes > interior) {
+            x = interior - kLanes;
+            current = columnsAt<K, Rows>(src + x, stride);
+        }
+        for (int r = 0; r < Rows; ++r) o[r] = out[r] + x;
+        outputsOfRows<K, Rows>(current, leadingColumnsAt<K, Rows>(src + x + kLanes, stride), o);
+    }
+}
+
+// The interior: K::kRowsPerPass rows at a time sharing their source rows'
+// loads, then the rows left one at a time.
 template <class K>
 static void blurInteriorVector(const typename K::Pixel* src, uint32_t width, uint32_t height, uint32_t srcStride,
                                typename K::Pixel* dst, uint32_t dstStride) {
     using Pixel = typename K::Pixel;
-    constexpr int R = K::R;
-    constexpr ptrdiff_t kChunk = 256;
+    constexpr int R = K::R, kRows = K::kRowsPerPass;
     const ptrdiff_t interior = interiorWidth(width, R);
     if (interior <= 0 || height <= 2u * R) return;
-    typename K::Mid mid[kChunk + 2 * R];
-    for (uint32_t y = R; y + R < height; ++y) {
-        const Pixel* rows[2 * R + 1];
-        for (int j = 0; j <= 2 * R; ++j) rows[j] = rowAt(src, srcStride, y - R + j);
-        Pixel* out = rowAt(dst, dstStride, y) + R;
-        for (ptrdiff_t start = 0; start < interior; start += kChunk) {
-            const ptrdiff_t count = interior - start < kChunk ? interior - start : kChunk;
-            // Output column R + start + j needs source columns start + j .. start + j + 2R.
-            forEachStep(
-                count + 2 * R, K::kColumnLanes, [&](ptrdiff_t i) { K::columns(rows, start + i, mid + i); },
-                [&](ptrdiff_t i) { mid[i] = K::column(rows, start + i); });
-            forEachStep(
-                count, K::kOutputLanes, [&](ptrdiff_t j) { K::outputs(mid + j, out + start + j); },
-                [&](ptrdiff_t j) { out[start + j] = K::output(mid + j); });
+    if (interior < K::kLanes) {
+        for (uint32_t y = R; y + R < height; ++y) {
+            const Pixel* rows[2 * R + 1];
+            for (int j = 0; j <= 2 * R; ++j) rows[j] = rowAt(src, srcStride, y - R + j);
+            Pixel* out = rowAt(dst, dstStride, y) + R;
+            uint32_t cols[K::kLanes + 2 * R];
+            for (ptrdiff_t i = 0; i < interior + 2 * R; ++i) cols[i] = columnSum<Pixel, R>(rows, i);
+            for (ptrdiff_t i = 0; i < interior; ++i)
+                out[i] = normaliseShift<Pixel>(rowSum<R>(cols + i), Binomial<R>::shift);
         }
+        return;
+    }
+    uint32_t y = R;
+    for (; y + R + kRows <= height; y += kRows) {
+        Pixel* out[kRows];
+        for (int r = 0; r < kRows; ++r) out[r] = rowAt(dst, dstStride, y + r) + R;
+        blurRowsVector<K, kRows>(rowAt(src, srcStride, y - R), srcStride, interior, out);
+    }
+    for (; y + R < height; ++y) {
+        Pixel* const out = rowAt(dst, dstStride, y) + R;
+        blurRowsVector<K, 1>(rowAt(src, srcStride, y - R), srcStride, interior, &out);
     }
 }
 
@@ -165,25 +337,6 @@ static void blurVector(const typename K::Pixel* src, uint32_t width, uint32_t he
     blurInteriorVector<K>(src, width, height, srcStride, dst, dstStride);
     if (blurBorder == 1) blurBorderVector<typename K::Pixel, K::R>(src, width, height, srcStride, dst, dstStride);
 }
-
-namespace {
-
-// The scalar forms of both stages, the reference's arithmetic, for a kernel
-// whose column sums are stored as Mid (wide enough for every column sum, or
-// uint32_t holding them modulo 2^32). In an unnamed namespace, like the
-// kernels built on it, so that its NEON-compiled members stay in this object.
-template <typename PixelType, int Radius, typename MidType>
-struct ScalarStages {
-    using Pixel = PixelType;
-    using Mid = MidType;
-    static constexpr int R = Radius;
-    static Mid column(const Pixel* const* rows, ptrdiff_t x) {
-        return static_cast<Mid>(columnSum<Pixel, R>(rows, x));
-    }
-    static Pixel output(const Mid* mid) { return normaliseShift<Pixel>(rowSum<R>(mid), Binomial<R>::shift); }
-};
-
-}  // namespace
 
 }  // namespace ombrix_blur
 

@@ -10,109 +10,163 @@ namespace {
 
 using namespace ombrix_blur;
 
-// Kernels on u8 whose column sums and 2-D sums fit u16 lanes: K supplies
-// columns() and row(), the 2-D sums of eight outputs; this shifts and
-// narrows sixteen of them at a time.
-template <class K, int R>
-struct GaussianThroughU16 : ScalarStages<uint8_t, R, uint16_t> {
-    static constexpr ptrdiff_t kColumnLanes = 16, kOutputLanes = 16;
-    static inline void outputs(const uint16_t* mid, uint8_t* out) {
-        vst1q_u8(out, shiftNarrowU16<Binomial<R>::shift>(K::row(mid), K::row(mid + 8)));
+// Kernels on u8 whose column sums and 2-D sums fit u16 lanes, on blocks of
+// sixteen columns loaded as their eight even and eight odd columns (vld2):
+// taps two columns apart lie in one plane, so each horizontal kernel needs
+// half the lane extractions, and results whose 2-D sums hold them in their
+// high bytes return to pixel order with one shift-and-insert.
+template <int Radius>
+struct GaussianEvenOdd {
+    using Pixel = uint8_t;
+    using Vec = uint8x8x2_t;    // even columns, odd columns
+    using Cols = uint16x8x2_t;  // their column sums
+    static constexpr int R = Radius;
+    static constexpr ptrdiff_t kLanes = 16;
+    static constexpr int kRowsPerPass = 2;  // rows share loads; 3 measured slower
+    static OMBRIX_ALWAYS_INLINE uint8x8x2_t load(const uint8_t* p) { return vld2_u8(p); }
+    // Outputs 2i from the high byte of even[i], 2i+1 from that of odd[i].
+    static OMBRIX_ALWAYS_INLINE void store(uint8_t* out, uint16x8_t even, uint16x8_t odd) {
+        vst1q_u8(out, vreinterpretq_u8_u16(vsriq_n_u16(odd, even, 8)));
     }
 };
 
-// 3x3 on u8: column sums a + 2b + c <= 1020 and the 2-D sum <= 4080.
-struct Gaussian3x3u8 : GaussianThroughU16<Gaussian3x3u8, 1> {
-    static inline void columns(const uint8_t* const* rows, ptrdiff_t x, uint16_t* mid) {
-        const uint8x16_t a = vld1q_u8(rows[0] + x), b = vld1q_u8(rows[1] + x), c = vld1q_u8(rows[2] + x);
-        const uint16x8x2_t outer = addWideU8(a, c), centre = addWideU8(b, b);
-        vst1q_u16(mid, vaddq_u16(outer.val[0], centre.val[0]));
-        vst1q_u16(mid + 8, vaddq_u16(outer.val[1], centre.val[1]));
+// 3x3 on u8: column sums a + 2b + c <= 1020 and the 2-D sums <= 4080, so
+// sums << 4 (<= 65280) still fit and hold the results in their high bytes.
+struct Gaussian3x3u8 : GaussianEvenOdd<1> {
+    static OMBRIX_ALWAYS_INLINE Cols columns(const Vec* row) {
+        const uint8x8_t two = vdup_n_u8(2);
+        Cols sums;
+        for (int h = 0; h < 2; ++h)
+            sums.val[h] = vmlal_u8(vaddl_u8(row[0].val[h], row[2].val[h]), row[1].val[h], two);
+        return sums;
     }
-    static inline uint16x8_t row(const uint16_t* m) {
-        return vaddq_u16(vaddq_u16(vld1q_u16(m), vld1q_u16(m + 2)), vshlq_n_u16(vld1q_u16(m + 1), 1));
+    // Output 2i is e[i] + 2 o[i] + e[i+1], output 2i+1 is o[i] + 2 e[i+1] + o[i+1].
+    static OMBRIX_ALWAYS_INLINE void outputs(const Cols& c, const Cols& n, uint8_t* out) {
+        const uint16x8_t e = c.val[0], o = c.val[1];
+        const uint16x8_t e1 = vextq_u16(e, n.val[0], 1), o1 = vextq_u16(o, n.val[1], 1);
+        const uint16x8_t even = mlaConst(vaddq_u16(e, e1), o, 2), odd = mlaConst(vaddq_u16(o, o1), e1, 2);
+        store(out, vshlq_n_u16(even, 4), vshlq_n_u16(odd, 4));
     }
 };
 
-// 5x5 on u8: column sums <= 16 * 255 and the 2-D sum <= 256 * 255.
-struct Gaussian5x5u8 : GaussianThroughU16<Gaussian5x5u8, 2> {
-    static inline void columns(const uint8_t* const* rows, ptrdiff_t x, uint16_t* mid) {
-        uint8x16_t a[5];
-        for (int j = 0; j < 5; ++j) a[j] = vld1q_u8(rows[j] + x);
-        const uint16x8x2_t outer = addWideU8(a[0], a[4]), inner = addWideU8(a[1], a[3]), centre = widenU8(a[2]);
+// 5x5 on u8: column sums <= 16 * 255 and the 2-D sums <= 256 * 255, whose
+// high bytes are the results.
+struct Gaussian5x5u8 : GaussianEvenOdd<2> {
+    static OMBRIX_ALWAYS_INLINE Cols columns(const Vec* row) {
+        const uint8x8_t six = vdup_n_u8(6);
+        Cols sums;
         for (int h = 0; h < 2; ++h) {
-            const uint16x8_t sum = vaddq_u16(outer.val[h], vshlq_n_u16(inner.val[h], 2));
-            vst1q_u16(mid + 8 * h, vmlaq_n_u16(sum, centre.val[h], 6));
+            const uint16x8_t outer = vaddl_u8(row[0].val[h], row[4].val[h]);
+            const uint16x8_t inner = vaddl_u8(row[1].val[h], row[3].val[h]);
+            sums.val[h] = vmlal_u8(mlaConst(outer, inner, 4), row[2].val[h], six);
         }
+        return sums;
     }
-    static inline uint16x8_t row(const uint16_t* m) {
-        const uint16x8_t outer = vaddq_u16(vld1q_u16(m), vld1q_u16(m + 4));
-        const uint16x8_t inner = vshlq_n_u16(vaddq_u16(vld1q_u16(m + 1), vld1q_u16(m + 3)), 2);
-        return vmlaq_n_u16(vaddq_u16(outer, inner), vld1q_u16(m + 2), 6);
+    // Output 2i is e[i] + 4 o[i] + 6 e[i+1] + 4 o[i+1] + e[i+2], output 2i+1
+    // the same with the planes swapped and one lane on.
+    static OMBRIX_ALWAYS_INLINE void outputs(const Cols& c, const Cols& n, uint8_t* out) {
+        const uint16x8_t e = c.val[0], o = c.val[1];
+        const uint16x8_t e1 = vextq_u16(e, n.val[0], 1), e2 = vextq_u16(e, n.val[0], 2);
+        const uint16x8_t o1 = vextq_u16(o, n.val[1], 1), o2 = vextq_u16(o, n.val[1], 2);
+        const uint16x8_t even = mlaConst(mlaConst(vaddq_u16(e, e2), vaddq_u16(o, o1), 4), e1, 6);
+        const uint16x8_t odd = mlaConst(mlaConst(vaddq_u16(o, o2), vaddq_u16(e1, e2), 4), o1, 6);
+        store(out, even, odd);
     }
 };
 
 // 11x11 on u8: column sums reach 1024 * 255, so they are kept in u32 lanes;
-// the 2-D sum (at most 255 << 20) fits too. Symmetric taps are paired first
-// (a pair of u8 fits u16) and then widened by multiply-accumulate.
-struct Gaussian11x11u8 : ScalarStages<uint8_t, 5, uint32_t> {
-    static constexpr ptrdiff_t kColumnLanes = 16, kOutputLanes = 16;
+// the 2-D sums (at most 255 << 20) fit too. The multipliers are lanes of
+// constant d registers, read by the lane forms of the multiply-accumulates:
+// splatted, they would take a q register each, and the column sums of two
+// blocks need most of them.
+struct Gaussian11x11u8 {
+    using Pixel = uint8_t;
+    using Vec = uint8x16_t;
+    using Cols = uint32x4x4_t;
+    static constexpr int R = 5;
+    static constexpr ptrdiff_t kLanes = 16;
+    static constexpr int kRowsPerPass = 1;  // 2 measured far slower
+    static OMBRIX_ALWAYS_INLINE uint8x16_t load(const uint8_t* p) { return vld1q_u8(p); }
 
-    // V = p0 + 10 p1 + 45 p2 + 6 (20 p3 + 35 p4 + 42 c) with p_k the pair sums
-    // and c the centre row: both parts (<= 28560 and <= 38760) still fit
-    // u16 lanes, so only the last step is widened.
-    static inline void columns(const uint8_t* const* rows, ptrdiff_t x, uint32_t* mid) {
+    // V = p0 + 10 p1 + 45 p2 + 6 (20 p3 + 35 p4 + 42 c) with p_k the sums of
+    // the rows k and 10 - k and c the centre row: both parts (<= 28560 and
+    // <= 38760) still fit u16 lanes, so only the last step is widened.
+    static OMBRIX_ALWAYS_INLINE Cols columns(const Vec* row) {
+        static const uint16_t kMultipliers[4] = {10, 45, 20, 35};
+        static const uint16_t kSix[4] = {6, 6, 6, 6};
+        const uint16x4_t k = vld1_u16(kMultipliers), six = vld1_u16(kSix);
         uint16x8x2_t pairs[5];
-        for (int j = 0; j < 5; ++j) pairs[j] = addWideU8(vld1q_u8(rows[j] + x), vld1q_u8(rows[10 - j] + x));
-        const uint16x8x2_t centre = widenU8(vld1q_u8(rows[5] + x));
+        for (int j = 0; j < 5; ++j) pairs[j] = addWideU8(row[j], row[10 - j]);
+        uint16x8x2_t inner;
+        for (int h = 0; h < 2; ++h)
+            inner.val[h] = mlaLane<3>(vmulq_lane_u16(pairs[3].val[h], k, 2), pairs[4].val[h], k);
+        inner = mlaWideU8(inner, row[5], 42);
+        Cols sums;
         for (int h = 0; h < 2; ++h) {
             const uint16x8_t outer =
-                vmlaq_n_u16(vmlaq_n_u16(pairs[0].val[h], pairs[1].val[h], 10), pairs[2].val[h], 45);
-            const uint16x8_t inner = vmlaq_n_u16(
-                vmlaq_n_u16(vmulq_n_u16(pairs[3].val[h], 20), pairs[4].val[h], 35), centre.val[h], 42);
-            const uint32x4x2_t sum = mlaWideU16(widenU16(outer), inner, 6);
-            vst1q_u32(mid + 8 * h, sum.val[0]);
-            vst1q_u32(mid + 8 * h + 4, sum.val[1]);
+                mlaLane<1>(mlaLane<0>(pairs[0].val[h], pairs[1].val[h], k), pairs[2].val[h], k);
+            const uint32x4x2_t sum = mlaWideU16(widenU16(outer), inner.val[h], six);
+            sums.val[2 * h] = sum.val[0];
+            sums.val[2 * h + 1] = sum.val[1];
         }
+        return sums;
     }
-    static inline uint32x4_t row(const uint32_t* m) {
-        uint32x4_t sum = vaddq_u32(vld1q_u32(m), vld1q_u32(m + 10));
-        sum = vmlaq_n_u32(sum, vaddq_u32(vld1q_u32(m + 1), vld1q_u32(m + 9)), 10);
-        sum = vmlaq_n_u32(sum, vaddq_u32(vld1q_u32(m + 2), vld1q_u32(m + 8)), 45);
-        sum = vmlaq_n_u32(sum, vaddq_u32(vld1q_u32(m + 3), vld1q_u32(m + 7)), 120);
-        sum = vmlaq_n_u32(sum, vaddq_u32(vld1q_u32(m + 4), vld1q_u32(m + 6)), 210);
-        return vshrq_n_u32(vmlaq_n_u32(sum, vld1q_u32(m + 5), 252), 20);
+    // The 2-D sums of the four outputs starting at lane 0 of a: the column
+    // sums a, b, c and the first two lanes of d.
+    static OMBRIX_ALWAYS_INLINE uint32x4_t row(uint32x4_t a, uint32x4_t b, uint32x4_t c, uint32x4_t d) {
+        static const uint32_t kMultipliers[6] = {10, 45, 120, 210, 252, 0};  // read as three d registers
+        const uint32x2_t k0 = vld1_u32(kMultipliers), k1 = vld1_u32(kMultipliers + 2), k2 = vld1_u32(kMultipliers + 4);
+        uint32x4_t sum = vaddq_u32(a, vextq_u32(c, d, 2));
+        sum = mlaLane<0>(sum, vaddq_u32(vextq_u32(a, b, 1), vextq_u32(c, d, 1)), k0);
+        sum = mlaLane<1>(sum, vaddq_u32(vextq_u32(a, b, 2), c), k0);
+        sum = mlaLane<0>(sum, vaddq_u32(vextq_u32(a, b, 3), vextq_u32(b, c, 3)), k1);
+        sum = mlaLane<1>(sum, vaddq_u32(b, vextq_u32(b, c, 2)), k1);
+        return mlaLane<0>(sum, vextq_u32(b, c, 1), k2);
     }
-    // Results are at most 255 after the shift, so the low bytes are exact.
-    static inline void outputs(const uint32_t* mid, uint8_t* out) {
-        const uint16x8_t low = narrowU32(row(mid), row(mid + 4));
-        const uint16x8_t high = narrowU32(row(mid + 8), row(mid + 12));
-        vst1q_u8(out, narrowU16(low, high));
+    // Sums >> 16 are at most 255 << 4 and fit u16; results >> 4 fit u8.
+    static OMBRIX_ALWAYS_INLINE void outputs(const Cols& c, const Cols& n, uint8_t* out) {
+        const uint16x8_t low = shiftNarrowU32<16>(row(c.val[0], c.val[1], c.val[2], c.val[3]),
+                                                  row(c.val[1], c.val[2], c.val[3], n.val[0]));
+        const uint16x8_t high = shiftNarrowU32<16>(row(c.val[2], c.val[3], n.val[0], n.val[1]),
+                                                   row(c.val[3], n.val[0], n.val[1], n.val[2]));
+        vst1q_u8(out, shiftNarrowU16<4>(low, high));
     }
 };
 
-// 5x5 on s16: column sums (|v| <= 16 * 32768) and the 2-D sum (|v| <= 2^23)
-// fit s32 lanes without overflow; they are stored as their u32 bit patterns.
-struct Gaussian5x5s16 : ScalarStages<int16_t, 2, uint32_t> {
-    static constexpr ptrdiff_t kColumnLanes = 8, kOutputLanes = 8;
+// 5x5 on s16: column sums (|v| <= 16 * 32768) and the 2-D sums (|v| <= 2^23)
+// fit s32 lanes without overflow. Blocks of eight columns are loaded as
+// four even and four odd columns (vld2), as for the u8 kernels, and the
+// results stored back interleaved (vst2).
+struct Gaussian5x5s16 {
+    using Pixel = int16_t;
+    using Vec = int16x4x2_t;   // even columns, odd columns
+    using Cols = int32x4x2_t;  // their column sums
+    static constexpr int R = 2;
+    static constexpr ptrdiff_t kLanes = 8;
+    static constexpr int kRowsPerPass = 1;  // 2 measured slower
+    static OMBRIX_ALWAYS_INLINE int16x4x2_t load(const int16_t* p) { return vld2_s16(p); }
 
-    static inline void columns(const int16_t* const* rows, ptrdiff_t x, uint32_t* mid) {
-        int16x8_t a[5];
-        for (int j = 0; j < 5; ++j) a[j] = vld1q_s16(rows[j] + x);
-        const int32x4x2_t outer = addWideS16(a[0], a[4]), inner = addWideS16(a[1], a[3]), centre = widenS16(a[2]);
+    static OMBRIX_ALWAYS_INLINE Cols columns(const Vec* row) {
+        const int16x4_t six = vdup_n_s16(6);
+        Cols sums;
         for (int h = 0; h < 2; ++h) {
-            const int32x4_t sum = vmlaq_n_s32(vmlaq_n_s32(outer.val[h], inner.val[h], 4), centre.val[h], 6);
-            vst1q_u32(mid + 4 * h, vreinterpretq_u32_s32(sum));
+            const int32x4_t outer = vaddl_s16(row[0].val[h], row[4].val[h]);
+            const int32x4_t inner = vaddl_s16(row[1].val[h], row[3].val[h]);
+            sums.val[h] = vmlal_s16(mlaConst(outer, inner, 4), row[2].val[h], six);
         }
+        return sums;
     }
-    static inline int32x4_t load(const uint32_t* m) { return vreinterpretq_s32_u32(vld1q_u32(m)); }
-    static inline int32x4_t row(const uint32_t* m) {
-        const int32x4_t sum = vmlaq_n_s32(vaddq_s32(load(m), load(m + 4)), vaddq_s32(load(m + 1), load(m + 3)), 4);
-        return vmlaq_n_s32(sum, load(m + 2), 6);
-    }
-    // The arithmetic shift leaves values in the s16 range.
-    static inline void outputs(const uint32_t* mid, int16_t* out) {
-        vst1q_s16(out, shiftNarrowS32<8>(row(mid), row(mid + 4)));
+    // Output 2i is e[i] + 4 o[i] + 6 e[i+1] + 4 o[i+1] + e[i+2], output 2i+1
+    // the same with the planes swapped and one lane on. The arithmetic shift
+    // leaves values in the s16 range.
+    static OMBRIX_ALWAYS_INLINE void outputs(const Cols& c, const Cols& n, int16_t* out) {
+        const int32x4_t e = c.val[0], o = c.val[1];
+        const int32x4_t e1 = vextq_s32(e, n.val[0], 1), e2 = vextq_s32(e, n.val[0], 2);
+        const int32x4_t o1 = vextq_s32(o, n.val[1], 1), o2 = vextq_s32(o, n.val[1], 2);
+        const int32x4_t even = mlaConst(mlaConst(vaddq_s32(e, e2), vaddq_s32(o, o1), 4), e1, 6);
+        const int32x4_t odd = mlaConst(mlaConst(vaddq_s32(o, o2), vaddq_s32(e1, e2), 4), o1, 6);
+        const int16x4x2_t results = {{vshrn_n_s32(even, 8), vshrn_n_s32(odd, 8)}};
+        vst2_s16(out, results);
     }
 };
 

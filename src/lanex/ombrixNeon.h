@@ -44,5 +44,17 @@ static inline uint16x8_t mulConst(uint16x8_t a, uint16_t k) { return vmulq_u16(a
 static inline uint16x8_t mlaConst(uint16x8_t acc, uint16x8_t a, uint16_t k) {
     return vmlaq_u16(acc, a, multiplierU16(k));
 }
+// The same on 32-bit lanes. On ARM from a broadcast vector rather than the
+// _n form, whose scalar operand GCC moves into a lane again on every loop
+// iteration; on hosts the _n form, as SIMDe's vmulq_u32 multiplies signed
+// values and would overflow where the unsigned product wraps.
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+static inline uint32x4_t mlaConst(uint32x4_t acc, uint32x4_t a, uint32_t k) {
+    return vmlaq_u32(acc, a, vdupq_n_u32(k));
+}
+#else
+static inline uint32x4_t mlaConst(uint32x4_t acc, uint32x4_t a, uint32_t k) { return vmlaq_n_u32(acc, a, k); }
+#endif
+static inline int32x4_t mlaConst(int32x4_t acc, int32x4_t a, int32_t k) { return vmlaq_s32(acc, a, vdupq_n_s32(k)); }
 
 #endif  // OMBRIX_NEON_H
