@@ -57,9 +57,6 @@ static inline uint32x4x2_t widenU16(uint16x8_t a) {
 static inline int32x4x2_t widenS16(int16x8_t a) {
     return {{vmovl_s16(vget_low_s16(a)), vmovl_s16(vget_high_s16(a))}};
 }
-static inline int32x4x2_t addWideS16(int16x8_t a, int16x8_t b) {
-    return {{vaddl_s16(vget_low_s16(a), vget_low_s16(b)), vaddl_s16(vget_high_s16(a), vget_high_s16(b))}};
-}
 // acc + a * n, a widened from u16, with n in lane 0 of `k`: held in a
 // register, where the scalar form gets n moved into a lane on every use.
 static inline uint32x4x2_t mlaWideU16(uint32x4x2_t acc, uint16x8_t a, uint16x4_t k) {
@@ -74,10 +71,6 @@ static inline uint8x16_t narrowU16(uint16x8_t a, uint16x8_t b) {
 }
 static inline uint16x8_t narrowU32(uint32x4_t a, uint32x4_t b) {
     return vcombine_u16(vmovn_u32(a), vmovn_u32(b));
-}
-template <int N>
-static inline int16x8_t shiftNarrowS32(int32x4_t a, int32x4_t b) {
-    return vcombine_s16(vshrn_n_s32(a, N), vshrn_n_s32(b, N));
 }
 // acc + a * k[L], the multiplier a lane of a register.
 template <int L>
@@ -118,10 +111,6 @@ static inline int32x4x2_t widenS16(int16x8_t a) {
     const int16x8x2_t z = vzipq_s16(vdupq_n_s16(0), a);
     return {{vshrq_n_s32(vreinterpretq_s32_s16(z.val[0]), 16), vshrq_n_s32(vreinterpretq_s32_s16(z.val[1]), 16)}};
 }
-static inline int32x4x2_t addWideS16(int16x8_t a, int16x8_t b) {
-    const int32x4x2_t wa = widenS16(a), wb = widenS16(b);
-    return {{vaddq_s32(wa.val[0], wb.val[0]), vaddq_s32(wa.val[1], wb.val[1])}};
-}
 static inline uint32x4x2_t mlaWideU16(uint32x4x2_t acc, uint16x8_t a, uint16x4_t k) {
     const uint32x4x2_t wa = widenU16(a);
     const uint16_t n = vget_lane_u16(k, 0);
@@ -136,10 +125,6 @@ static inline uint8x16_t shiftNarrowU16(uint16x8_t a, uint16x8_t b) {
 }
 static inline uint16x8_t narrowU32(uint32x4_t a, uint32x4_t b) {
     return vuzpq_u16(vreinterpretq_u16_u32(a), vreinterpretq_u16_u32(b)).val[0];
-}
-template <int N>
-static inline int16x8_t shiftNarrowS32(int32x4_t a, int32x4_t b) {
-    return vuzpq_s16(vreinterpretq_s16_s32(vshrq_n_s32(a, N)), vreinterpretq_s16_s32(vshrq_n_s32(b, N))).val[0];
 }
 template <int L>
 static inline uint16x8_t mlaLane(uint16x8_t acc, uint16x8_t a, uint16x4_t k) {
