@@ -1,7 +1,8 @@
 #!/bin/bash
 # Builds the host benchmarks (with OpenCV and, for the colour conversions,
 # libyuv as the peers) and prints, for every operation and image size, the
-# ratios reference/vector, OpenCV/vector, libyuv/vector and vector/copy. Arguments are benchmark programs' names (default: all), e.g.
+# ratios reference/vector, OpenCV/vector, libyuv/vector and vector/copy.
+# Arguments are benchmark programs' names (default: all), e.g.
 #   scripts/bench.sh smooth blur
 # With OMBRIX_SCALAR_REFERENCE=1 the reference code is built without
 # auto-vectorisation (in build/host-scalar-reference), as it runs on the
