@@ -1,6 +1,5 @@
 // The runtime operations: obxCopy's vector variant against its reference.
 #include <gtest/gtest.h>
-
 #include <string.h>
 
 #include <random>
@@ -31,13 +30,6 @@ TEST(Copy, VectorMatchesReferenceForEverySizeAndAlignment) {
         ASSERT_TRUE(vector.guardsIntact()) << size;
         ASSERT_TRUE(src.guardsIntact()) << size;
     }
-}
-
-TEST(Copy, ThroughTheSlot) {
-    const uint8_t src[5] = {1, 2, 3, 4, 5};
-    uint8_t dst[5] = {};
-    (*ppobxCopy)(dst, src, 5);
-    EXPECT_EQ(memcmp(dst, src, 5), 0);
 }
 
 }  // namespace

@@ -184,6 +184,12 @@ inline std::vector<ImageGeometry> comparisonGeometries(uint32_t minWidth, uint32
     return shapes;
 }
 
+// The module an assertion names: src/cpu/ombrix<Family>C for a reference,
+// src/lanex/ombrix<Family>V for a vector variant.
+inline std::string moduleOf(const std::string& family, bool vector) {
+    return vector ? "src/lanex/ombrix" + family + "V" : "src/cpu/ombrix" + family + "C";
+}
+
 // The regular expression matching exactly one assertion log line on stderr.
 std::string assertionPattern(const std::string& module, const std::string& expression);
 
