@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <random>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -169,38 +168,27 @@ TEST(ColorBlockH2V2, BandAdvanceIsWidthPlus8Over16Mcus) {
 
 // ---- Assertion texts ----------------------------------------------------------------
 
-struct BlockViolation {
-    const char* what;
-    bool nullSrc, nullDst;
-    uint32_t width, height;
-};
-const BlockViolation kViolations[] = {
-    {"null src", true, false, 8, 8},
-    {"null dst", false, true, 8, 8},
-    {"zero width", false, false, 0, 8},
-    {"zero height", false, false, 8, 0},
-};
-
+// Two conditions per function, all four per layout: each case is a process
+// of its own, and slow under an emulator. The 8x8 member names its source
+// `src`, the others `ysrc`.
 std::vector<ombrix_test::AssertionCase> assertionCases() {
     static uint8_t src[384], dst[16 * 16 * 3];
+    const struct {
+        const char* what;
+        bool nullSrc, nullDst;
+        uint32_t width, height;
+    } violations[] = {{"null src", true, false, 8, 8}, {"null dst", false, true, 8, 8},
+                      {"zero width", false, false, 0, 8}, {"zero height", false, false, 8, 0}};
     std::vector<ombrix_test::AssertionCase> cases;
     for (const Layout& l : kLayouts) {
-        // The 8x8 member names its source `src`, the others `ysrc`.
-        const std::string text = std::string(l.h * l.v == 1 ? "src" : "ysrc") + " && dst && width && height";
-        for (const auto& [kind, fn, module] :
-             {std::tuple<const char*, obxColorYCrCbBlocksToRGB888u8_fn*, const char*>{"C", l.reference,
-                                                                                       "src/cpu/ombrixColorBlockC"},
-              std::tuple<const char*, obxColorYCrCbBlocksToRGB888u8_fn*, const char*>{"V", l.vector,
-                                                                                       "src/lanex/ombrixColorBlockV"}}) {
-            // Two conditions per function, all four per layout: each case
-            // is a process of its own, and slow under an emulator.
+        for (obxColorYCrCbBlocksToRGB888u8_fn* fn : {l.reference, l.vector}) {
             const size_t first = (l.h * 2 + l.v + (fn == l.vector ? 2 : 0)) % 4;
             for (size_t i : {first, (first + 1) % 4}) {
-                const BlockViolation& v = kViolations[i];
-                obxColorYCrCbBlocksToRGB888u8_fn* call = fn;
-                cases.push_back({std::string(l.name) + " " + kind + " " + v.what,
-                                 [call, v] { call(v.nullSrc ? nullptr : src, v.width, v.height, v.nullDst ? nullptr : dst); },
-                                 module, text});
+                const auto v = violations[i];
+                cases.push_back({std::string(l.name) + (fn == l.vector ? " V " : " C ") + v.what,
+                                 [fn, v] { fn(v.nullSrc ? nullptr : src, v.width, v.height, v.nullDst ? nullptr : dst); },
+                                 ombrix_test::moduleOf("ColorBlock", fn == l.vector),
+                                 std::string(l.h * l.v == 1 ? "src" : "ysrc") + " && dst && width && height"});
             }
         }
     }
@@ -248,13 +236,6 @@ TEST(ColorBlockVector, SweepsLumaAndChromaRanges) {
     l.reference(src.data(), w, h, expected.data());
     l.vector(src.data(), w, h, actual.data());
     EXPECT_EQ(memcmp(expected.data(), actual.data(), bytes), 0);
-}
-
-TEST(ColorBlockSlots, StartOnTheReferences) {
-    EXPECT_EQ(*ppobxColorYCrCbH1V1toRGB888u8, &obxColorYCrCbH1V1toRGB888u8C);
-    EXPECT_EQ(*ppobxColorYCrCbH2V2toRGB888u8, &obxColorYCrCbH2V2toRGB888u8C);
-    EXPECT_EQ(*ppobxColorYCrCbH2V1toRGB888u8, &obxColorYCrCbH2V1toRGB888u8C);
-    EXPECT_EQ(*ppobxColorYCrCbH1V2toRGB888u8, &obxColorYCrCbH1V2toRGB888u8C);
 }
 
 }  // namespace
