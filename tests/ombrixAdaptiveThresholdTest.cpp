@@ -1,19 +1,14 @@
 // Adaptive thresholds: the threshold rule against averages put into the
 // smoothing slots by hand, the real averages on constant images, assertion
 // texts, and the vector variants against their references.
-#include <gtest/gtest.h>
 #include <limits.h>
-#include <string.h>
-
-#include <random>
 
 #include "ombrixKernels.h"
 #include "ombrixTestSupport.h"
 
 namespace {
 
-using ombrix_test::AssertionText;
-using ombrix_test::GuardedImage;
+using namespace ombrix_test;
 
 struct AdaptiveForm {
     const char* name;
@@ -162,7 +157,7 @@ TEST_P(AdaptiveThreshold, VectorMatchesReference) {
     const AdaptiveForm& form = GetParam();
     std::mt19937 rng(404);
     const int32_t values[] = {0, 3, -7, 255, -255, 300, INT_MIN, INT_MAX};
-    for (const auto& g : ombrix_test::comparisonGeometries(form.minSize, form.minSize, 17, 20)) {
+    for (const auto& g : comparisonGeometries(form.minSize, form.minSize, 17, 20)) {
         GuardedImage<uint8_t> src(g.width, g.height, g.width + g.srcPadding, g.srcOffset);
         src.fillRandom(rng);
         const uint32_t dstStride = g.width + g.dstPadding;
@@ -172,7 +167,7 @@ TEST_P(AdaptiveThreshold, VectorMatchesReference) {
         const int32_t maxValue = static_cast<int32_t>(rng() % 300);
         form.reference(src.data(), g.width, g.height, src.stride(), maxValue, type, value, expected.data(), dstStride);
         form.vector(src.data(), g.width, g.height, src.stride(), maxValue, type, value, actual.data(), dstStride);
-        ASSERT_EQ(ombrix_test::pixelDifference(expected, actual), "") << g << " type " << type << " value " << value;
+        ASSERT_EQ(pixelDifference(expected, actual), "") << g << " type " << type << " value " << value;
         ASSERT_TRUE(actual.guardsIntact()) << g;
         ASSERT_TRUE(expected.guardsIntact()) << g;
     }
@@ -225,9 +220,9 @@ const AdaptiveViolation kViolations[] = {
     {"Mean11x11 V height", obxAdaptiveThresholdMean11x11u8V, 20, 0, 20, 20, kCommon},
 };
 
-std::vector<ombrix_test::AssertionCase> assertionCases() {
+std::vector<AssertionCase> assertionCases() {
     static uint8_t src[32 * 32], dst[32 * 32];
-    std::vector<ombrix_test::AssertionCase> cases;
+    std::vector<AssertionCase> cases;
     for (const AdaptiveViolation& v : kViolations) {
         const bool vector = strstr(v.what, " V ") != nullptr;
         cases.push_back({v.what, [v] { v.fn(src, v.width, v.height, v.srcStride, 255, 0, 0, dst, v.dstStride); },
@@ -245,6 +240,6 @@ std::vector<ombrix_test::AssertionCase> assertionCases() {
 }
 
 INSTANTIATE_TEST_SUITE_P(AdaptiveThreshold, AssertionText, ::testing::ValuesIn(assertionCases()),
-                         ombrix_test::assertionCaseName);
+                         assertionCaseName);
 
 }  // namespace

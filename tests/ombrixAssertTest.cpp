@@ -1,22 +1,11 @@
 // Assertion messages, the vector-code assertion entry points, the front end's
 // logging call and the time sources.
-#include <gtest/gtest.h>
-#include <stdio.h>
-#include <unistd.h>
-
-#include <functional>
-#include <string>
-
 #include "ombrixKernels.h"
 #include "ombrixTestSupport.h"
 
 namespace {
 
-using ombrix_test::assertionPattern;
-using ombrix_test::LogCapture;
-
-using ombrix_test::AssertionCase;
-using ombrix_test::AssertionText;
+using namespace ombrix_test;
 
 uint8_t gByte[4];
 
@@ -45,7 +34,7 @@ TEST_P(AssertionText, LogsOneLineAndExitsWithStatusOne) {
 namespace {
 
 INSTANTIATE_TEST_SUITE_P(Runtime, AssertionText, ::testing::ValuesIn(kAssertionCases),
-                         ombrix_test::assertionCaseName);
+                         assertionCaseName);
 
 TEST(LanexAssert, NonZeroValueReturns) {
     OMBRIXs_ASSERT(1, "never");

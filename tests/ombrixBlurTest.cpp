@@ -2,25 +2,14 @@
 // direct 2-D evaluation of the definition, the assertion texts of every
 // reference and vector variant, and randomized vector-against-reference
 // comparisons over many shapes.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <functional>
 #include <limits>
-#include <random>
-#include <string>
-#include <vector>
 
 #include "ombrixKernels.h"
 #include "ombrixTestSupport.h"
 
 namespace {
 
-using ombrix_test::AssertionText;
-using ombrix_test::comparisonGeometries;
-using ombrix_test::GuardedImage;
-using ombrix_test::ImageGeometry;
-using ombrix_test::pixelDifference;
+using namespace ombrix_test;
 
 template <typename T>
 using BlurFn = void(const T*, uint32_t, uint32_t, uint32_t, T*, uint32_t, uint32_t);
@@ -301,16 +290,16 @@ void call(MedianFn* f, const Violation& v) {
 
 // Reference and vector variant of each operation take the same violations.
 template <typename Fn>
-void addBoth(std::vector<ombrix_test::AssertionCase>& cases, const char* op, const char* family, Fn* reference,
+void addBoth(std::vector<AssertionCase>& cases, const char* op, const char* family, Fn* reference,
              Fn* vector, const std::string& text, std::initializer_list<Violation> violations) {
     for (const Violation& v : violations)
         for (Fn* f : {reference, vector})
             cases.push_back({std::string(op) + (f == vector ? "V " : "C ") + v.what, [f, v] { call(f, v); },
-                             ombrix_test::moduleOf(family, f == vector), text});
+                             moduleOf(family, f == vector), text});
 }
 
-std::vector<ombrix_test::AssertionCase> assertionCases() {
-    std::vector<ombrix_test::AssertionCase> cases;
+std::vector<AssertionCase> assertionCases() {
+    std::vector<AssertionCase> cases;
     const std::string g = "srcImg && dstImg && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride";
     addBoth(cases, "Gaussian3x3u8", "Blur", obxFilterGaussian3x3u8C, obxFilterGaussian3x3u8V, g,
             {{"null source", 8, 8, 8, 8, true, false}, {"null destination", 8, 8, 8, 8, false, true},
@@ -344,7 +333,7 @@ std::vector<ombrix_test::AssertionCase> assertionCases() {
 }
 
 INSTANTIATE_TEST_SUITE_P(Blur, AssertionText, ::testing::ValuesIn(assertionCases()),
-                         ombrix_test::assertionCaseName);
+                         assertionCaseName);
 
 // ---- Vector against reference ----------------------------------------------------
 

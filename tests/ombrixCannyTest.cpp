@@ -1,17 +1,9 @@
 // Canny edge detector: hand-checked cases, a plain full-image model of the
 // same rules, the assertion texts, the scratch-buffer bookkeeping, and
 // randomized vector-against-reference comparisons.
-#include <gtest/gtest.h>
 #include <math.h>
-#include <string.h>
 
-#include <algorithm>
 #include <cstdlib>
-#include <functional>
-#include <random>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "ombrixCannyScalar.h"
 #include "ombrixKernels.h"
@@ -19,8 +11,7 @@
 
 namespace {
 
-using ombrix_test::GuardedBuffer;
-using ombrix_test::GuardedImage;
+using namespace ombrix_test;
 
 using CannyFn = void(const uint8_t*, uint32_t, uint32_t, uint32_t, uint8_t*, uint32_t, int32_t, int32_t);
 struct Variant {
@@ -262,7 +253,7 @@ TEST(Canny, VectorMatchesReference) {
     const PoisonedScratch poisoned;
     std::mt19937 rng(23);
     size_t index = 0;
-    for (const ombrix_test::ImageGeometry& g : ombrix_test::comparisonGeometries(3, 3, 29, 80)) {
+    for (const ImageGeometry& g : comparisonGeometries(3, 3, 29, 80)) {
         SCOPED_TRACE(::testing::Message() << g);
         GuardedImage<uint8_t> src(g.width, g.height, g.width + g.srcPadding, g.srcOffset);
         paint(src, static_cast<Scene>(index++ % 6), rng);
@@ -323,9 +314,6 @@ TEST(Canny, TakesThreeScratchBuffersAndReleasesThemAll) {
 
 // ---- Assertion texts -------------------------------------------------------------
 
-using ombrix_test::AssertionCase;
-using ombrix_test::AssertionText;
-
 alignas(16) uint8_t gBytes[4096];
 
 std::vector<AssertionCase> assertionCases() {
@@ -371,6 +359,6 @@ std::vector<AssertionCase> assertionCases() {
     return cases;
 }
 
-INSTANTIATE_TEST_SUITE_P(Canny, AssertionText, ::testing::ValuesIn(assertionCases()), ombrix_test::assertionCaseName);
+INSTANTIATE_TEST_SUITE_P(Canny, AssertionText, ::testing::ValuesIn(assertionCases()), assertionCaseName);
 
 }  // namespace

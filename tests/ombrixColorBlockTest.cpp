@@ -2,22 +2,12 @@
 // hand-checked pixels, the MCU walk against a per-pixel model, the 16x16
 // layout's band advance, partial MCUs, assertion texts, and the vector
 // variants against the references.
-#include <gtest/gtest.h>
-#include <string.h>
-
-#include <algorithm>
-#include <random>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "ombrixKernels.h"
 #include "ombrixTestSupport.h"
 
 namespace {
 
-using ombrix_test::AssertionText;
-using ombrix_test::GuardedBuffer;
+using namespace ombrix_test;
 
 struct Layout {
     const char* name;
@@ -116,7 +106,7 @@ TEST_P(ColorBlock, MatchesThePerPixelModel) {
     for (uint32_t w : {1u, 7u, 8u, 9u, 16u, 20u, 25u, 40u}) {
         for (uint32_t h : {1u, 5u, 8u, 13u, 16u, 17u}) {
             GuardedBuffer src(sourceBytes(l, w, h), 3);
-            ombrix_test::fillRandom(src.data(), src.size(), rng);
+            fillRandom(src.data(), src.size(), rng);
             for (const auto& impl : implementations()) {
                 GuardedBuffer dst(static_cast<size_t>(w) * h * 3, 1);
                 impl.second(src.data(), w, h, dst.data());
@@ -171,7 +161,7 @@ TEST(ColorBlockH2V2, BandAdvanceIsWidthPlus8Over16Mcus) {
 // Two conditions per function, all four per layout: each case is a process
 // of its own, and slow under an emulator. The 8x8 member names its source
 // `src`, the others `ysrc`.
-std::vector<ombrix_test::AssertionCase> assertionCases() {
+std::vector<AssertionCase> assertionCases() {
     static uint8_t src[384], dst[16 * 16 * 3];
     const struct {
         const char* what;
@@ -179,7 +169,7 @@ std::vector<ombrix_test::AssertionCase> assertionCases() {
         uint32_t width, height;
     } violations[] = {{"null src", true, false, 8, 8}, {"null dst", false, true, 8, 8},
                       {"zero width", false, false, 0, 8}, {"zero height", false, false, 8, 0}};
-    std::vector<ombrix_test::AssertionCase> cases;
+    std::vector<AssertionCase> cases;
     for (const Layout& l : kLayouts) {
         for (obxColorYCrCbBlocksToRGB888u8_fn* fn : {l.reference, l.vector}) {
             const size_t first = (l.h * 2 + l.v + (fn == l.vector ? 2 : 0)) % 4;
@@ -187,7 +177,7 @@ std::vector<ombrix_test::AssertionCase> assertionCases() {
                 const auto v = violations[i];
                 cases.push_back({std::string(l.name) + (fn == l.vector ? " V " : " C ") + v.what,
                                  [fn, v] { fn(v.nullSrc ? nullptr : src, v.width, v.height, v.nullDst ? nullptr : dst); },
-                                 ombrix_test::moduleOf("ColorBlock", fn == l.vector),
+                                 moduleOf("ColorBlock", fn == l.vector),
                                  std::string(l.h * l.v == 1 ? "src" : "ysrc") + " && dst && width && height"});
             }
         }
@@ -196,16 +186,16 @@ std::vector<ombrix_test::AssertionCase> assertionCases() {
 }
 
 INSTANTIATE_TEST_SUITE_P(ColorBlock, AssertionText, ::testing::ValuesIn(assertionCases()),
-                         ombrix_test::assertionCaseName);
+                         assertionCaseName);
 
 // ---- Vector variants against the references ---------------------------------------------
 
 TEST_P(ColorBlock, VectorMatchesReference) {
     const Layout& l = GetParam();
     std::mt19937 rng(31 + l.h * 2 + l.v);
-    for (const ombrix_test::ImageGeometry& g : ombrix_test::comparisonGeometries(1, 1, 300 + l.h * 2 + l.v, 30)) {
+    for (const ImageGeometry& g : comparisonGeometries(1, 1, 300 + l.h * 2 + l.v, 30)) {
         GuardedBuffer src(sourceBytes(l, g.width, g.height), g.srcOffset);
-        ombrix_test::fillRandom(src.data(), src.size(), rng);
+        fillRandom(src.data(), src.size(), rng);
         const size_t bytes = static_cast<size_t>(g.width) * g.height * 3;
         GuardedBuffer expected(bytes, g.dstOffset), actual(bytes, g.dstOffset);
         l.reference(src.data(), g.width, g.height, expected.data());

@@ -1,22 +1,12 @@
 // Camera-preview conversions (video-range 4:2:0 to RGBA8888 and RGB565):
 // hand-checked pixels, the row and chroma walks against a per-pixel model,
 // assertion texts, and the vector variants against the references.
-#include <gtest/gtest.h>
-#include <string.h>
-
-#include <algorithm>
-#include <random>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "ombrixKernels.h"
 #include "ombrixTestSupport.h"
 
 namespace {
 
-using ombrix_test::AssertionText;
-using ombrix_test::GuardedBuffer;
+using namespace ombrix_test;
 
 // ---- Per-pixel model, written from the formulas --------------------------------
 
@@ -109,7 +99,7 @@ TEST(ColorPreview, HandCheckedPixels) {
             cbcr.data()[2 * w + x] = x % 2 ? p.cr : p.cb;
         }
         for (Rgb8888Fn* fn : kRgb8888) {
-            ombrix_test::GuardedImage<uint32_t> dst(w, 1, w * 4, 0);
+            GuardedImage<uint32_t> dst(w, 1, w * 4, 0);
             fn(crcb.buffer.data(), w, 1, w, w + 1, dst.data(), dst.stride());
             EXPECT_EQ(std::vector<uint32_t>(dst.row(0), dst.row(0) + w), std::vector<uint32_t>(w, p.rgba8888));
             EXPECT_TRUE(dst.guardsIntact());
@@ -136,9 +126,9 @@ TEST(ColorPreview, Rgb8888MatchesThePerPixelModel) {
         for (uint32_t w : {1u, 2u, 3u, 5u, 16u, 17u, 33u, 70u}) {
             for (uint32_t h : {1u, 2u, 3u, 6u}) {
                 YCrCbSource src(w, h, w + 3, w + 1 + 5, 2);
-                ombrix_test::fillRandom(src.buffer.data(), src.buffer.size(), rng);
+                fillRandom(src.buffer.data(), src.buffer.size(), rng);
                 const uint32_t strideBytes = (w + h % 3) * 4;
-                ombrix_test::GuardedImage<uint32_t> dst(w, h, strideBytes, 4);
+                GuardedImage<uint32_t> dst(w, h, strideBytes, 4);
                 fn(src.buffer.data(), w, h, src.yStride, src.cStride, dst.data(), strideBytes + (w + h) % 4);
                 ASSERT_TRUE(dst.guardsIntact()) << w << "x" << h;
                 for (uint32_t y = 0; y < h; ++y)
@@ -195,7 +185,7 @@ TEST_P(Rgb565, MatchesThePerPixelModel) {
     for (uint32_t w : {2u, 3u, 6u, 15u, 16u, 18u, 34u, 61u}) {
         for (uint32_t h : {1u, 2u, 3u, 5u}) {
             YuvSource src(w, h, 1);
-            ombrix_test::fillRandom(src.buffer.data(), src.buffer.size(), rng);
+            fillRandom(src.buffer.data(), src.buffer.size(), rng);
             GuardedBuffer dst(static_cast<size_t>(w) * h * 2, 2);
             impl.convert(src.buffer.data(), w, h, dst.data());
             ASSERT_TRUE(dst.guardsIntact()) << w << "x" << h;
@@ -243,7 +233,7 @@ struct Violation {
 // Every condition once over the two functions of each kind (each case is a
 // process of its own, slow under an emulator), and the null source for both
 // RGB8888 functions.
-std::vector<ombrix_test::AssertionCase> assertionCases() {
+std::vector<AssertionCase> assertionCases() {
     static uint8_t src[256];
     static uint32_t dst[64];
     const Violation rgb8888[] = {
@@ -254,7 +244,7 @@ std::vector<ombrix_test::AssertionCase> assertionCases() {
     };
     const Violation rgb565[] = {{"null src", true, false, 4, 4}, {"null dst", false, true, 4, 4},
                                 {"zero width", false, false, 0, 4}, {"zero height", false, false, 4, 0}};
-    std::vector<ombrix_test::AssertionCase> cases;
+    std::vector<AssertionCase> cases;
     for (Rgb8888Fn* fn : kRgb8888) {
         const bool vector = fn == kRgb8888[1];
         for (size_t i = 0; i < 7; ++i) {
@@ -262,7 +252,7 @@ std::vector<ombrix_test::AssertionCase> assertionCases() {
             const Violation v = rgb8888[i];
             cases.push_back({std::string("RGB8888 ") + (vector ? "V " : "C ") + v.what,
                              [fn, v] { fn(v.nullSrc ? nullptr : src, v.width, v.height, v.yStride, v.cStride, v.nullDst ? nullptr : dst, v.dstStride); },
-                             ombrix_test::moduleOf("ColorPreview", vector),
+                             moduleOf("ColorPreview", vector),
                              "src && dst && srcWidth && srcHeight && srcYStride && srcCStride && dstStride"});
         }
     }
@@ -272,32 +262,32 @@ std::vector<ombrix_test::AssertionCase> assertionCases() {
             const Violation v = rgb565[i];
             cases.push_back({std::string("RGB565 ") + impl.name + " " + v.what,
                              [impl, v] { impl.convert(v.nullSrc ? nullptr : src, v.width, v.height, v.nullDst ? nullptr : reinterpret_cast<uint8_t*>(dst)); },
-                             ombrix_test::moduleOf("ColorPreview", k % 2 == 1), "yuv420sp && rgb565 && width && height"});
+                             moduleOf("ColorPreview", k % 2 == 1), "yuv420sp && rgb565 && width && height"});
         }
     }
     return cases;
 }
 
 INSTANTIATE_TEST_SUITE_P(ColorPreview, AssertionText, ::testing::ValuesIn(assertionCases()),
-                         ombrix_test::assertionCaseName);
+                         assertionCaseName);
 
 // ---- Vector variants against the references ---------------------------------------------
 
 TEST(ColorPreviewVector, Rgb8888MatchesReference) {
     std::mt19937 rng(21);
-    for (const ombrix_test::ImageGeometry& g : ombrix_test::comparisonGeometries(1, 1, 210, 40)) {
+    for (const ImageGeometry& g : comparisonGeometries(1, 1, 210, 40)) {
         const uint32_t cStride = (g.width + 1) / 2 * 2 + g.srcPadding % 7;
         YCrCbSource src(g.width, g.height, g.width + g.srcPadding, cStride, g.srcOffset);
-        ombrix_test::fillRandom(src.buffer.data(), src.buffer.size(), rng);
+        fillRandom(src.buffer.data(), src.buffer.size(), rng);
         // Any stride rounds down to the same whole words; the extra 0..3 bytes change nothing.
         const uint32_t strideBytes = (g.width + g.dstPadding) * 4;
         const uint32_t dstStride = strideBytes + static_cast<uint32_t>(rng() % 4);
         const size_t offset = g.dstOffset & ~size_t{3};
-        ombrix_test::GuardedImage<uint32_t> expected(g.width, g.height, strideBytes, offset),
+        GuardedImage<uint32_t> expected(g.width, g.height, strideBytes, offset),
             actual(g.width, g.height, strideBytes, offset);
         kRgb8888[0](src.buffer.data(), g.width, g.height, src.yStride, src.cStride, expected.data(), dstStride);
         kRgb8888[1](src.buffer.data(), g.width, g.height, src.yStride, src.cStride, actual.data(), dstStride);
-        ASSERT_EQ(ombrix_test::pixelDifference(expected, actual), "") << g;
+        ASSERT_EQ(pixelDifference(expected, actual), "") << g;
         ASSERT_TRUE(actual.guardsIntact()) << g;
         ASSERT_TRUE(src.buffer.guardsIntact()) << g;
     }
@@ -306,9 +296,9 @@ TEST(ColorPreviewVector, Rgb8888MatchesReference) {
 TEST(ColorPreviewVector, Rgb565MatchesReference) {
     std::mt19937 rng(22);
     for (size_t k = 0; k < 4; k += 2) {
-        for (const ombrix_test::ImageGeometry& g : ombrix_test::comparisonGeometries(1, 1, 220, 40)) {
+        for (const ImageGeometry& g : comparisonGeometries(1, 1, 220, 40)) {
             YuvSource src(g.width, g.height, g.srcOffset);
-            ombrix_test::fillRandom(src.buffer.data(), src.buffer.size(), rng);
+            fillRandom(src.buffer.data(), src.buffer.size(), rng);
             const size_t bytes = static_cast<size_t>(g.width) * g.height * 2;
             GuardedBuffer expected(bytes, g.dstOffset), actual(bytes, g.dstOffset);
             kRgb565[k].convert(src.buffer.data(), g.width, g.height, expected.data());

@@ -2,22 +2,13 @@
 // every layout against a per-pixel model, the row converters reached
 // through their slots, the vector variants against the references, and the
 // assertion texts.
-#include <gtest/gtest.h>
-
-#include <random>
-#include <string>
-#include <vector>
-
 #include "ombrixKernels.h"
 #include "ombrixRuntime.h"
 #include "ombrixTestSupport.h"
 
 namespace {
 
-using ombrix_test::AssertionText;
-using ombrix_test::GuardedBuffer;
-using ombrix_test::GuardedImage;
-using ombrix_test::pixelDifference;
+using namespace ombrix_test;
 
 // ---- Input formats and the model --------------------------------------------------------
 
@@ -352,7 +343,7 @@ TEST(ColorRgbVector, RowConvertersMatchTheReferences) {
         for (uint32_t width : widths) {
             SCOPED_TRACE(k.name() + " width " + std::to_string(width));
             GuardedBuffer src(size_t{width} * kBytes[k.format], rng() % 16);
-            ombrix_test::fillRandom(src.data(), src.size(), rng);
+            fillRandom(src.data(), src.size(), rng);
             const size_t offset = rng() % 16;
             RowOutputs expected(k.shape, width, offset), actual(k.shape, width, offset);
             runKernel(k, k.reference, src.data(), width, expected);
@@ -368,7 +359,7 @@ TEST(ColorRgbVector, RowConvertersMatchTheReferences) {
 
 TEST(ColorRgbVector, GrayAndYCrCbMatchTheReferences) {
     std::mt19937 rng(99);
-    for (const auto& g : ombrix_test::comparisonGeometries(1, 1, 31, 20)) {
+    for (const auto& g : comparisonGeometries(1, 1, 31, 20)) {
         const uint32_t srcStride = 3 * g.width + g.srcPadding;
         GuardedImage<uint8_t> src(3 * g.width, g.height, srcStride, g.srcOffset);
         src.fillRandom(rng);
@@ -400,9 +391,9 @@ std::string layoutContract(const Layout& l) {
     return head + source + " && ( dstCStride == 0 || dstCStride >= srcWidth )";
 }
 
-std::vector<ombrix_test::AssertionCase> assertionCases() {
+std::vector<AssertionCase> assertionCases() {
     static uint8_t src[64 * 4], y[64], a[64], b[64];
-    std::vector<ombrix_test::AssertionCase> cases;
+    std::vector<AssertionCase> cases;
     int i = 0;
     for (const Layout& l : kLayouts) {
         // Alternate between a short source stride, a short chroma stride and a null plane.
@@ -425,6 +416,6 @@ std::vector<ombrix_test::AssertionCase> assertionCases() {
 }
 
 INSTANTIATE_TEST_SUITE_P(ColorRgb, AssertionText, ::testing::ValuesIn(assertionCases()),
-                         ombrix_test::assertionCaseName);
+                         assertionCaseName);
 
 }  // namespace

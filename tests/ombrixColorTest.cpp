@@ -1,21 +1,13 @@
 // Full-range YCbCr -> RGB conversions: hand-checked pixels (rounding ties
 // among them), every layout against a per-pixel model, packed-stride
 // defaults, assertion texts, and every vector variant against its reference.
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <random>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "ombrixColorOperations.h"
 #include "ombrixKernels.h"
 #include "ombrixTestSupport.h"
 
 namespace {
 
-using ombrix_test::GuardedImage;
+using namespace ombrix_test;
 
 using ombrix_color_ops::k420;
 using ombrix_color_ops::k422;
@@ -190,7 +182,7 @@ TEST(ColorConversion, ZeroStridesArePacked) {
                 // One spare chroma byte: with an odd width a 4:2:2/4:2:0 row of
                 // pairs reads width + 1 bytes from rows `width` apart.
                 std::vector<uint8_t> y(width * height), cb(chromaStride * height + 1), cr(chromaStride * height + 1);
-                for (std::vector<uint8_t>* plane : {&y, &cb, &cr}) ombrix_test::fillRandom(plane->data(), plane->size(), rng);
+                for (std::vector<uint8_t>* plane : {&y, &cb, &cr}) fillRandom(plane->data(), plane->size(), rng);
                 std::vector<uint8_t> implicit(width * height * op.bytes, 0x11), explicitly(implicit.size(), 0x22);
                 const uint32_t dstStride = width * op.bytes;
                 if (op.planar) {
@@ -214,7 +206,7 @@ TEST(ColorConversion, ZeroStridesArePacked) {
 TEST(ColorConversion, VectorMatchesReference) {
     forEachOperation(kAll, [](const Operation& op) {
         std::mt19937 rng(7);
-        for (const ombrix_test::ImageGeometry& g : ombrix_test::comparisonGeometries(op.shared() ? 2 : 1, 1, 900, 12)) {
+        for (const ImageGeometry& g : comparisonGeometries(op.shared() ? 2 : 1, 1, 900, 12)) {
             SCOPED_TRACE(::testing::Message() << g);
             const uint32_t height = op.subsampling == k420 ? g.height + (g.height & 1) : g.height;
             Source src(op, g.width, height, g.srcPadding, g.srcOffset);
@@ -224,7 +216,7 @@ TEST(ColorConversion, VectorMatchesReference) {
             GuardedImage<uint8_t> actual(rowBytes, height, rowBytes + g.dstPadding, g.dstOffset);
             src.call(op, false, g.width, height, expected.data(), expected.stride());
             src.call(op, true, g.width, height, actual.data(), actual.stride());
-            ASSERT_EQ(ombrix_test::pixelDifference(expected, actual), "");
+            ASSERT_EQ(pixelDifference(expected, actual), "");
             ASSERT_TRUE(actual.guardsIntact());
             ASSERT_TRUE(expected.guardsIntact());
         }
@@ -244,7 +236,7 @@ TEST(ColorConversion, EveryChromaPairMatchesTheFormula) {
         GuardedImage<uint8_t> expected(256 * 3, 256, 256 * 3, 0), actual(256 * 3, 256, 256 * 3, 0);
         src.call(op, false, 256, 256, expected.data(), expected.stride());
         src.call(op, true, 256, 256, actual.data(), actual.stride());
-        ASSERT_EQ(ombrix_test::pixelDifference(expected, actual), "") << +luma;
+        ASSERT_EQ(pixelDifference(expected, actual), "") << +luma;
         for (int32_t cr = 0; cr < 256; ++cr)
             for (int32_t cb = 0; cb < 256; ++cb)
                 ASSERT_EQ(pixelAt(expected, 3, cb, cr), packed(3, formula(luma, cb, cr))) << +luma << " " << cb << " " << cr;
@@ -252,9 +244,6 @@ TEST(ColorConversion, EveryChromaPairMatchesTheFormula) {
 }
 
 // ---- Assertion texts -----------------------------------------------------------------
-
-using ombrix_test::AssertionCase;
-using ombrix_test::AssertionText;
 
 // The contract of an operation, spelled out.
 std::string contract(const Operation& op) {
@@ -339,7 +328,7 @@ std::vector<AssertionCase> assertionCases() {
 }
 
 INSTANTIATE_TEST_SUITE_P(ColorConversion, AssertionText, ::testing::ValuesIn(assertionCases()),
-                         ombrix_test::assertionCaseName);
+                         assertionCaseName);
 
 // Every 4:2:2 and 4:2:0 variant refuses a width of 1 in its row converter,
 // whose message names the same module; the 4:2:2 pseudo-planar RGB888
@@ -351,7 +340,7 @@ TEST(ColorConversion, WidthOneIsRefusedBy422And420) {
         for (bool vector : {false, true}) {
             const bool ownTerm = !op.planar && op.subsampling == k422 && op.bytes == 3;
             EXPECT_EXIT(violation(op, vector, [](Arguments& a) { a.width = 1; })(), ::testing::ExitedWithCode(1),
-                        ombrix_test::assertionPattern(vector ? "src/lanex/ombrixColorV" : "src/cpu/ombrixColorC",
+                        assertionPattern(vector ? "src/lanex/ombrixColorV" : "src/cpu/ombrixColorC",
                                                       ownTerm ? contract(op) : "length > 1"))
                 << op.name << (vector ? "V" : "C");
         }

@@ -2,24 +2,14 @@
 // byte against a direct evaluation of the derivatives, the assertion texts
 // of every reference and vector variant, and randomized vector-against-
 // reference comparisons with guard bytes around and between output rows.
-#include <gtest/gtest.h>
-#include <string.h>
-
-#include <algorithm>
 #include <cmath>
-#include <functional>
-#include <random>
-#include <string>
-#include <vector>
 
 #include "ombrixKernels.h"
 #include "ombrixTestSupport.h"
 
 namespace {
 
-using ombrix_test::AssertionCase;
-using ombrix_test::AssertionText;
-using ombrix_test::GuardedBuffer;
+using namespace ombrix_test;
 
 // Every operation called as (src, width, height, srcStride, out0, out1, outStride);
 // out1 is unused by the one-output forms.
@@ -282,14 +272,14 @@ TEST_P(Edge, VectorMatchesReference) {
     const EdgeOp& op = GetParam();
     const uint32_t minWidth = op.layout == Layout::Interleaved ? 2 : 1;
     std::mt19937 rng(1234);
-    std::vector<ombrix_test::ImageGeometry> shapes = ombrix_test::comparisonGeometries(minWidth, 1, 99, 60);
+    std::vector<ImageGeometry> shapes = comparisonGeometries(minWidth, 1, 99, 60);
     // Rows split into chunks of 256 interior pixels: exact multiples, and
     // short last chunks on either side of one vector step.
     for (uint32_t w : {17u, 18u, 19u, 257u, 258u, 259u, 260u, 272u, 273u, 274u, 275u, 514u, 531u})
         shapes.push_back({w, 4, static_cast<uint32_t>(rng() % 5), static_cast<uint32_t>(rng() % 5), rng() % 16,
                           rng() % 16});
     int index = 0;
-    for (const ombrix_test::ImageGeometry& g : shapes) {
+    for (const ImageGeometry& g : shapes) {
         SCOPED_TRACE(::testing::Message() << g);
         Source src(g.width, g.height, g.srcPadding, g.srcOffset, op.floatSource);
         fillRandom(src, rng, index++ % 2);
@@ -327,7 +317,7 @@ std::vector<AssertionCase> assertionCases() {
                 cases.push_back({std::string(op.name) + (vector ? "V " : "C ") + kinds[kind], [call, kind, srcStride, outStride] {
                     call(kind == 0 ? nullptr : gBytes, kind == 2 ? 0 : 8, kind == 3 ? 0 : 8, srcStride - (kind == 4),
                          kind == 1 ? nullptr : gBytes + 1024, kind == 6 ? nullptr : gBytes + 2048, outStride - (kind == 5));
-                }, ombrix_test::moduleOf("Edge", vector), op.contract});
+                }, moduleOf("Edge", vector), op.contract});
             }
         }
     }
@@ -339,6 +329,6 @@ std::vector<AssertionCase> assertionCases() {
 }
 
 INSTANTIATE_TEST_SUITE_P(Edge, AssertionText, ::testing::ValuesIn(assertionCases()),
-                         ombrix_test::assertionCaseName);
+                         assertionCaseName);
 
 }  // namespace

@@ -1,19 +1,12 @@
 // Argument contracts of the box filters, dilation, erosion and the global
 // threshold: every reference and vector variant logs the exact expression
 // and exits with status 1.
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <string>
-#include <vector>
-
 #include "ombrixKernels.h"
 #include "ombrixTestSupport.h"
 
 namespace {
 
-using ombrix_test::AssertionCase;
-using ombrix_test::AssertionText;
+using namespace ombrix_test;
 
 const char kBox3x3[] =
     "src && dst && srcWidth && srcHeight && srcStride && dstStride && ( srcStride >=srcWidth ) && srcWidth > 2 && "
@@ -102,6 +95,6 @@ std::vector<AssertionCase> assertionCases() {
 }
 
 INSTANTIATE_TEST_SUITE_P(Filter, AssertionText, ::testing::ValuesIn(assertionCases()),
-                         ombrix_test::assertionCaseName);
+                         assertionCaseName);
 
 }  // namespace

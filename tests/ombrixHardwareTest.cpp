@@ -1,16 +1,11 @@
 // The processor-description parser, the hardware bit set and the loader of
 // the override library.
-#include <gtest/gtest.h>
-#include <stdlib.h>
-
-#include <string>
-
 #include "ombrixRuntime.h"
 #include "ombrixTestSupport.h"
 
 namespace {
 
-using ombrix_test::LogCapture;
+using namespace ombrix_test;
 
 struct CpuInfoCase {
     const char* what;
@@ -20,7 +15,6 @@ struct CpuInfoCase {
 };
 
 void PrintTo(const CpuInfoCase& c, std::ostream* os) { *os << c.what; }
-
 
 const CpuInfoCase kCpuInfoCases[] = {
     {"typical ARMv7 with NEON",
@@ -81,12 +75,12 @@ TEST(CpuInfoFile, OnlyTheFirstBlockIsExamined) {
     while (filler.size() < kCpuInfoReadSize) filler += "processor\t: 0\nBogoMIPS\t: 38.40\n";
     const std::string early = "Features\t: vfp neon\n" + filler + "CPU architecture: 7\n";
     uint32_t features = 0, implementer = 0;
-    ASSERT_TRUE(obxProbeCpuInfoFile(ombrix_test::writeTempFile(early).c_str(), &features, &implementer));
+    ASSERT_TRUE(obxProbeCpuInfoFile(writeTempFile(early).c_str(), &features, &implementer));
     EXPECT_EQ(features, OBX_CPU_VFP | OBX_CPU_NEON);
 
     // A key cut by the end of the block: its value runs to the end of the data.
     std::string cut = filler.substr(0, kCpuInfoReadSize - 18) + "\nFeatures\t: vfp neon\n";
-    ASSERT_TRUE(obxProbeCpuInfoFile(ombrix_test::writeTempFile(cut).c_str(), &features, &implementer));
+    ASSERT_TRUE(obxProbeCpuInfoFile(writeTempFile(cut).c_str(), &features, &implementer));
     EXPECT_EQ(features, OBX_CPU_VFP);
 }
 

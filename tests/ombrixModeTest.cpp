@@ -1,14 +1,12 @@
 // Mode selection as a function of (mode, hardware bits), and the small
 // management calls of the table.
-#include <gtest/gtest.h>
-#include <stdlib.h>
-#include <string.h>
-
 #include "ombrixKernels.h"
 #include "ombrixRuntime.h"
 #include "ombrixTestSupport.h"
 
 namespace {
+
+using namespace ombrix_test;
 
 enum class Table { Reference, Vector, Mixed };
 
@@ -59,7 +57,6 @@ struct ModeCase {
 };
 
 void PrintTo(const ModeCase& c, std::ostream* os) { *os << c.what; }
-
 
 const ModeCase kModeCases[] = {
     {"low power, preferred, SIMD", 0, kArmNeon | Q, 0, Table::Vector},
@@ -199,7 +196,7 @@ const char kNeonCpuInfo[] =
 
 TEST(ModeEndToEnd, PreferredNeonCoreInstallsVectorVariants) {
     expectChildSucceeds([] {
-        setenv("OMBRIX_CPUINFO", ombrix_test::writeTempFile(kNeonCpuInfo).c_str(), 1);
+        setenv("OMBRIX_CPUINFO", writeTempFile(kNeonCpuInfo).c_str(), 1);
         EXPECT_EQ(obxAvailableHardware(), P | S | F | A | Q);
         EXPECT_EQ(obxSetOperationMode(OBX_MODE_VECTOR), 0);
         EXPECT_EQ(obxCopy_, obxCopyV);
@@ -221,7 +218,7 @@ TEST(ModeEndToEnd, UnreadableCpuInfoGives999) {
 
 TEST(ModeEndToEnd, LogSwitchFollowsTheProperty) {
     expectChildSucceeds([] {
-        setenv("OMBRIX_CPUINFO", ombrix_test::writeTempFile(kNeonCpuInfo).c_str(), 1);
+        setenv("OMBRIX_CPUINFO", writeTempFile(kNeonCpuInfo).c_str(), 1);
         const struct {
             const char* value;  // null: property absent
             uint8_t expected;
@@ -243,7 +240,7 @@ TEST(ModeEndToEnd, LogSwitchFollowsTheProperty) {
 
 TEST(ModeEndToEnd, InitRemoteLibSetsItsFlag) {
     expectChildSucceeds([] {
-        setenv("OMBRIX_CPUINFO", ombrix_test::writeTempFile(kNeonCpuInfo).c_str(), 1);
+        setenv("OMBRIX_CPUINFO", writeTempFile(kNeonCpuInfo).c_str(), 1);
         obxSetOperationMode(OBX_MODE_VECTOR);
         obxCopyR_ = obxCopyC;
         uint8_t* flag = obxInitRemoteLib(OBX_MODE_PERFORMANCE);

@@ -1,17 +1,12 @@
 // 3x3 dilation and erosion: every implementation against the definition on
 // shaped and random images, and the vector variants against their
 // references.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
-
 #include "ombrixKernels.h"
-#include "ombrixNeighbourhoodCompare.h"
+#include "ombrixTestSupport.h"
 
 namespace {
 
-using ombrix_test::GuardedImage;
+using namespace ombrix_test;
 
 struct MorphologyImplementation {
     const char* name;
@@ -70,11 +65,11 @@ INSTANTIATE_TEST_SUITE_P(Implementations, Morphology, ::testing::ValuesIn(kImple
                          [](const auto& info) { return std::string(info.param.name); });
 
 TEST(MorphologyVector, DilationMatchesReference) {
-    ombrix_test::expectSameAsReference(obxFilterDilate3x3u8C, obxFilterDilate3x3u8V, 1, 1, 4001);
+    expectSameAsReference(obxFilterDilate3x3u8C, obxFilterDilate3x3u8V, 1, 1, 4001);
 }
 
 TEST(MorphologyVector, ErosionMatchesReference) {
-    ombrix_test::expectSameAsReference(obxFilterErode3x3u8C, obxFilterErode3x3u8V, 1, 1, 4002);
+    expectSameAsReference(obxFilterErode3x3u8C, obxFilterErode3x3u8V, 1, 1, 4002);
 }
 
 }  // namespace

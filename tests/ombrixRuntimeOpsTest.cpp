@@ -1,15 +1,10 @@
 // The runtime operations: obxCopy's vector variant against its reference.
-#include <gtest/gtest.h>
-#include <string.h>
-
-#include <random>
-
 #include "ombrixKernels.h"
 #include "ombrixTestSupport.h"
 
 namespace {
 
-using ombrix_test::GuardedBuffer;
+using namespace ombrix_test;
 
 TEST(Copy, VectorMatchesReferenceForEverySizeAndAlignment) {
     std::mt19937 rng(20261122);
@@ -19,7 +14,7 @@ TEST(Copy, VectorMatchesReferenceForEverySizeAndAlignment) {
     for (uint32_t size : sizes) {
         const size_t srcOffset = rng() % 16, dstOffset = rng() % 16;
         GuardedBuffer src(size, srcOffset);
-        ombrix_test::fillRandom(src.data(), size, rng);
+        fillRandom(src.data(), size, rng);
         GuardedBuffer reference(size, dstOffset, 0x11), vector(size, dstOffset, 0x22);
         obxCopyC(reference.data(), src.data(), size);
         obxCopyV(vector.data(), src.data(), size);

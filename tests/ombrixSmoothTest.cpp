@@ -1,17 +1,12 @@
 // Box filters: hand-checked values, every implementation against a direct
 // evaluation of the definition, and every vector variant against its
 // reference.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "ombrixKernels.h"
-#include "ombrixNeighbourhoodCompare.h"
+#include "ombrixTestSupport.h"
 
 namespace {
 
-using ombrix_test::GuardedImage;
+using namespace ombrix_test;
 
 struct BoxImplementation {
     const char* name;
@@ -134,7 +129,7 @@ class BoxFilterVector : public BoxFilter {};
 
 TEST_P(BoxFilterVector, MatchesReference) {
     const BoxImplementation& box = GetParam();
-    ombrix_test::expectSameAsReference(box.reference, box.filter, box.size, box.size, 3000 + box.size);
+    expectSameAsReference(box.reference, box.filter, box.size, box.size, 3000 + box.size);
 }
 
 const auto boxName = [](const auto& info) { return std::string(info.param.name); };

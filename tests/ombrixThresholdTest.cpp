@@ -1,15 +1,11 @@
 // Global threshold: every pixel value against thresholds at and beyond the
 // ends of the range, and the vector variant against the reference.
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "ombrixKernels.h"
-#include "ombrixNeighbourhoodCompare.h"
+#include "ombrixTestSupport.h"
 
 namespace {
 
-using ombrix_test::GuardedImage;
+using namespace ombrix_test;
 
 struct ThresholdImplementation {
     const char* name;
@@ -53,7 +49,7 @@ TEST_P(Threshold, ZeroWidthOrHeightWritesNothing) {
     t.threshold(src.data(), 20, 0, src.stride(), dst.data(), dst.stride(), 10);
     t.threshold(src.data(), 0, 0, 1, dst.data(), 1, 10);
     for (uint32_t y = 0; y < 4; ++y)
-        for (uint32_t x = 0; x < 20; ++x) EXPECT_EQ(dst.at(x, y), ombrix_test::GuardedBuffer::kSentinel);
+        for (uint32_t x = 0; x < 20; ++x) EXPECT_EQ(dst.at(x, y), GuardedBuffer::kSentinel);
     EXPECT_TRUE(dst.guardsIntact());
 }
 
@@ -68,7 +64,7 @@ TEST_P(ThresholdVector, MatchesReference) {
         return [f, threshold](const uint8_t* src, uint32_t w, uint32_t h, uint32_t srcStride, uint8_t* dst,
                               uint32_t dstStride) { f(src, w, h, srcStride, dst, dstStride, threshold); };
     };
-    ombrix_test::expectSameAsReference(with(obxFilterThresholdu8C), with(obxFilterThresholdu8V), 1, 1,
+    expectSameAsReference(with(obxFilterThresholdu8C), with(obxFilterThresholdu8V), 1, 1,
                                        5000 + threshold % 1000, 15);
 }
 
