@@ -153,24 +153,17 @@ TEST_P(AdaptiveThreshold, UnknownTypeZeroFillsWholeRows) {
     }
 }
 
+// The threshold type, value and maxValue vary with the shape.
 TEST_P(AdaptiveThreshold, VectorMatchesReference) {
+    auto with = [](obxAdaptiveThresholdu8_fn* f) {
+        return [f](const uint8_t* src, uint32_t w, uint32_t h, uint32_t srcStride, uint8_t* dst, uint32_t dstStride) {
+            const int32_t values[] = {0, 3, -7, 255, -255, 300, INT_MIN, INT_MAX};
+            f(src, w, h, srcStride, static_cast<int32_t>((w * 7 + h) % 300), static_cast<int32_t>((w + h) % 2),
+              values[(w * 3 + h) % 8], dst, dstStride);
+        };
+    };
     const AdaptiveForm& form = GetParam();
-    std::mt19937 rng(404);
-    const int32_t values[] = {0, 3, -7, 255, -255, 300, INT_MIN, INT_MAX};
-    for (const auto& g : comparisonGeometries(form.minSize, form.minSize, 17, 20)) {
-        GuardedImage<uint8_t> src(g.width, g.height, g.width + g.srcPadding, g.srcOffset);
-        src.fillRandom(rng);
-        const uint32_t dstStride = g.width + g.dstPadding;
-        GuardedImage<uint8_t> expected(g.width, g.height, dstStride, g.dstOffset);
-        GuardedImage<uint8_t> actual(g.width, g.height, dstStride, g.dstOffset);
-        const int32_t type = static_cast<int32_t>(rng() % 2), value = values[rng() % 8];
-        const int32_t maxValue = static_cast<int32_t>(rng() % 300);
-        form.reference(src.data(), g.width, g.height, src.stride(), maxValue, type, value, expected.data(), dstStride);
-        form.vector(src.data(), g.width, g.height, src.stride(), maxValue, type, value, actual.data(), dstStride);
-        ASSERT_EQ(pixelDifference(expected, actual), "") << g << " type " << type << " value " << value;
-        ASSERT_TRUE(actual.guardsIntact()) << g;
-        ASSERT_TRUE(expected.guardsIntact()) << g;
-    }
+    expectSameAsReference(with(form.reference), with(form.vector), form.minSize, form.minSize, 17, 20);
 }
 
 INSTANTIATE_TEST_SUITE_P(Forms, AdaptiveThreshold, ::testing::ValuesIn(kForms),

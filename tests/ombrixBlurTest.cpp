@@ -155,10 +155,13 @@ TEST(Gaussian, HandCheckedPixels) {
 
 // Random contents, or a constant that must come out unchanged (256 * |v|
 // must stay below 2^31 for a 32-bit constant to survive the sum); the
-// border keeps its old pixels unless blurBorder is 1. Packed sources.
+// border keeps its old pixels unless blurBorder is 1. Packed sources; for
+// odd seeds the byte strides of 16- and 32-bit images carry one byte more,
+// which the conversion to elements must drop.
 template <typename T>
 void expectMatchesDefinition(const BlurOp<T>& op, uint32_t width, uint32_t height, uint32_t blurBorder,
                              uint32_t seed, const T* constant = nullptr) {
+    const uint32_t remainder = sizeof(T) > 1 ? seed % 2 : 0;
     std::mt19937 rng(seed);
     GuardedImage<T> src(width, height, width * sizeof(T), 3 * sizeof(T));
     src.fillRandom(rng);
@@ -168,10 +171,10 @@ void expectMatchesDefinition(const BlurOp<T>& op, uint32_t width, uint32_t heigh
     for (BlurFn<T>* fn : {op.reference, op.vector}) {
         GuardedImage<T> dst(width, height, before.stride(), 0);
         dst.copyPixelsFrom(before);
-        fn(src.data(), width, height, src.stride(), dst.data(), dst.stride(), blurBorder);
+        fn(src.data(), width, height, src.stride() + remainder, dst.data(), dst.stride() + remainder, blurBorder);
         ASSERT_EQ(definitionDifference(src, before, dst, op.radius, blurBorder), "")
             << op.name << (fn == op.vector ? " vector " : " reference ") << width << "x" << height << " blurBorder "
-            << blurBorder << (constant ? " constant " + std::to_string(+*constant) : "");
+            << blurBorder << " remainder " << remainder << (constant ? " constant " + std::to_string(+*constant) : "");
         ASSERT_TRUE(dst.guardsIntact());
     }
 }
@@ -201,26 +204,6 @@ TEST(Gaussian, ReferenceAndVectorFollowTheDefinition) {
     definitionSweep<int16_t>(kGaussian5x5s16, sizes16, {-32768, -7, 0, 100, 1234, 32767}, 300);
     definitionSweep<int32_t>(kGaussian5x5s32, {{19, 7}, {5, 5}, {5, 7}, {9, 5}, {26, 7}},
                              {-8388608, -5, 0, 99, 100, 8388607}, 400);
-}
-
-// A 5x6 image with packed rows, passed with one byte more than the row in
-// both strides: the extra byte must be dropped by the element conversion.
-template <typename T>
-void expectStrideRemainderDropped(const BlurOp<T>& op, uint32_t seed) {
-    std::mt19937 rng(seed);
-    const uint32_t rowBytes = 5 * sizeof(T);
-    GuardedImage<T> src(5, 6, rowBytes, 0), reference(5, 6, rowBytes, 0), vector(5, 6, rowBytes, 0);
-    src.fillRandom(rng);
-    op.reference(src.data(), 5, 6, rowBytes + 1, reference.data(), rowBytes + 1, 1);
-    op.vector(src.data(), 5, 6, rowBytes + 1, vector.data(), rowBytes + 1, 1);
-    const GuardedImage<T> untouched(5, 6, rowBytes, 0);
-    EXPECT_EQ(definitionDifference(src, untouched, reference, op.radius, 1), "") << op.name;
-    EXPECT_EQ(pixelDifference(reference, vector), "") << op.name;
-}
-
-TEST(Gaussian, ByteStrideRemaindersAreDropped) {
-    expectStrideRemainderDropped(kGaussian5x5s16, 7);  // 11 bytes: 5 elements
-    expectStrideRemainderDropped(kGaussian5x5s32, 8);  // 21 bytes: 5 elements
 }
 
 // ---- Median ----------------------------------------------------------------------

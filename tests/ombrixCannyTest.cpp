@@ -316,45 +316,44 @@ TEST(Canny, TakesThreeScratchBuffersAndReleasesThemAll) {
 
 alignas(16) uint8_t gBytes[4096];
 
+// The contract, and each scratch request answered with null in turn (the
+// 1-based index of the failing request), naming the buffer it asked for.
 std::vector<AssertionCase> assertionCases() {
-    const std::string contract =
+    const char* const contract =
         "srcImg && width && height && (srcStride >= width) && dstImg && (dstStride >= width) && (low <= high) && width > 2 && height > 2";
-    const uint8_t* src = gBytes;
-    uint8_t* dst = gBytes + 2048;
-    struct Violation {
+    const struct Violation {
         const char* what;
-        std::function<void(CannyFn*)> call;
-        std::string expression;
-    };
-    auto failingScratch = [=](uint32_t request) {
-        return [=](CannyFn* f) {
-            gScratch = {};
-            gFailingRequest = request;
-            obxGetScratchBufferUnaligned_ = countingGet;
-            f(src, 16, 16, 16, dst, 16, 10, 20);
-        };
-    };
-    const Violation violations[] = {
-        {"null source", [=](CannyFn* f) { f(nullptr, 16, 16, 16, dst, 16, 10, 20); }, contract},
-        {"zero width", [=](CannyFn* f) { f(src, 0, 16, 16, dst, 16, 10, 20); }, contract},
-        {"zero height", [=](CannyFn* f) { f(src, 16, 0, 16, dst, 16, 10, 20); }, contract},
-        {"srcStride below width", [=](CannyFn* f) { f(src, 16, 16, 15, dst, 16, 10, 20); }, contract},
-        {"null destination", [=](CannyFn* f) { f(src, 16, 16, 16, nullptr, 16, 10, 20); }, contract},
-        {"dstStride below width", [=](CannyFn* f) { f(src, 16, 16, 16, dst, 15, 10, 20); }, contract},
-        {"low above high", [=](CannyFn* f) { f(src, 16, 16, 16, dst, 16, 21, 20); }, contract},
-        {"width 2", [=](CannyFn* f) { f(src, 2, 16, 16, dst, 16, 10, 20); }, contract},
-        {"height 2", [=](CannyFn* f) { f(src, 16, 2, 16, dst, 16, 10, 20); }, contract},
-        {"no smoothing rows", failingScratch(1), "smooth"},
-        {"no flags", failingScratch(2), "dir"},
-        {"no magnitudes", failingScratch(3), "mag"},
+        bool nullSrc, nullDst;
+        uint32_t width, height, srcStride, dstStride;
+        int32_t low;
+        uint32_t failingRequest;
+        const char* expression;
+    } violations[] = {
+        {"null source", true, false, 16, 16, 16, 16, 10, 0, contract},
+        {"zero width", false, false, 0, 16, 16, 16, 10, 0, contract},
+        {"zero height", false, false, 16, 0, 16, 16, 10, 0, contract},
+        {"srcStride below width", false, false, 16, 16, 15, 16, 10, 0, contract},
+        {"null destination", false, true, 16, 16, 16, 16, 10, 0, contract},
+        {"dstStride below width", false, false, 16, 16, 16, 15, 10, 0, contract},
+        {"low above high", false, false, 16, 16, 16, 16, 21, 0, contract},
+        {"width 2", false, false, 2, 16, 16, 16, 10, 0, contract},
+        {"height 2", false, false, 16, 2, 16, 16, 10, 0, contract},
+        {"no smoothing rows", false, false, 16, 16, 16, 16, 10, 1, "smooth"},
+        {"no flags", false, false, 16, 16, 16, 16, 10, 2, "dir"},
+        {"no magnitudes", false, false, 16, 16, 16, 16, 10, 3, "mag"},
     };
     std::vector<AssertionCase> cases;
     for (const Violation& v : violations) {
-        const auto call = v.call;
-        cases.push_back({std::string("CannyC ") + v.what, [=] { call(obxFilterCanny3x3u8C); }, "src/cpu/ombrixEdgeC",
-                         v.expression});
-        cases.push_back({std::string("CannyV ") + v.what, [=] { call(obxFilterCanny3x3u8V); },
-                         "src/lanex/ombrixEdgeV", v.expression});
+        for (const Variant& variant : kVariants) {
+            CannyFn* const canny = variant.canny;
+            cases.push_back({std::string(variant.name) + " " + v.what, [canny, v] {
+                gScratch = {};
+                gFailingRequest = v.failingRequest;
+                obxGetScratchBufferUnaligned_ = countingGet;
+                canny(v.nullSrc ? nullptr : gBytes, v.width, v.height, v.srcStride, v.nullDst ? nullptr : gBytes + 2048,
+                      v.dstStride, v.low, 20);
+            }, moduleOf("Edge", canny == obxFilterCanny3x3u8V), v.expression});
+        }
     }
     return cases;
 }

@@ -205,23 +205,6 @@ TEST_P(Rgb565, MatchesThePerPixelModel) {
 INSTANTIATE_TEST_SUITE_P(Implementations, Rgb565, ::testing::ValuesIn(kRgb565),
                          [](const auto& info) { return std::string(info.param.name); });
 
-// A small asymmetric image: the rotated result is the plain one turned by 180 degrees.
-TEST(Rgb565Rotation, IsThePlainResultTurnedHalfWay) {
-    const uint32_t w = 6, h = 4;
-    YuvSource src(w, h, 0);
-    for (uint32_t y = 0; y < h; ++y)
-        for (uint32_t x = 0; x < w; ++x) src.luma(x, y) = static_cast<uint8_t>(20 + 30 * x + 7 * y);
-    for (uint32_t i = 0; i < w * 2; ++i) src.buffer.data()[w * h + i] = static_cast<uint8_t>(60 + 13 * i);
-    for (auto* rotate : {obxColorYUV420toRGB565u8Rotate180C, obxColorYUV420toRGB565u8Rotate180V}) {
-        GuardedBuffer plain(w * h * 2, 0), turned(w * h * 2, 0);
-        obxColorYUV420toRGB565u8C(src.buffer.data(), w, h, plain.data());
-        rotate(src.buffer.data(), w, h, turned.data());
-        for (uint32_t y = 0; y < h; ++y)
-            for (uint32_t x = 0; x < w; ++x)
-                EXPECT_EQ(valueAt(turned, w, w - 1 - x, h - 1 - y), valueAt(plain, w, x, y)) << x << "," << y;
-    }
-}
-
 // ---- Assertion texts ----------------------------------------------------------------
 
 struct Violation {
