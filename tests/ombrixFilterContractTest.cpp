@@ -20,27 +20,23 @@ const char kBox11x11[] =
 const char kMorphology[] = "src && srcWidth && srcHeight && (srcStride >= srcWidth) && dst && (dstStride >= srcWidth)";
 const char kThreshold[] = "src && dst && dstStride && srcStride && (srcStride >=srcWidth) && (signed)threshold >= 0";
 
+// The reference and the vector variants of each filter.
 struct NeighbourhoodContract {
     const char* name;
-    obxNeighbourhoodu8_fn* function;
-    const char* module;
+    std::vector<obxNeighbourhoodu8_fn*> functions;  // C, V(, V2)
+    const char* family;
     const char* expression;
     uint32_t minSize;   // smallest accepted width and height
     bool dstStrideAtLeastWidth;  // the contract bounds dstStride by the width, not only by 0
 };
 
 const NeighbourhoodContract kNeighbourhoodContracts[] = {
-    {"obxBoxFilter3x3u8C", obxBoxFilter3x3u8C, "src/cpu/ombrixSmoothC", kBox3x3, 3, false},
-    {"obxBoxFilter3x3u8V", obxBoxFilter3x3u8V, "src/lanex/ombrixSmoothV", kBox3x3, 3, false},
-    {"obxBoxFilter5x5u8C", obxBoxFilter5x5u8C, "src/cpu/ombrixSmoothC", kBox5x5, 5, false},
-    {"obxBoxFilter5x5u8V", obxBoxFilter5x5u8V, "src/lanex/ombrixSmoothV", kBox5x5, 5, false},
-    {"obxBoxFilter11x11u8C", obxBoxFilter11x11u8C, "src/cpu/ombrixSmoothC", kBox11x11, 11, false},
-    {"obxBoxFilter11x11u8V", obxBoxFilter11x11u8V, "src/lanex/ombrixSmoothV", kBox11x11, 11, false},
-    {"obxBoxFilter11x11u8V2", obxBoxFilter11x11u8V2, "src/lanex/ombrixSmoothV", kBox11x11, 11, false},
-    {"obxFilterDilate3x3u8C", obxFilterDilate3x3u8C, "src/cpu/ombrixFilter1C", kMorphology, 1, true},
-    {"obxFilterDilate3x3u8V", obxFilterDilate3x3u8V, "src/lanex/ombrixFilter1V", kMorphology, 1, true},
-    {"obxFilterErode3x3u8C", obxFilterErode3x3u8C, "src/cpu/ombrixFilter1C", kMorphology, 1, true},
-    {"obxFilterErode3x3u8V", obxFilterErode3x3u8V, "src/lanex/ombrixFilter1V", kMorphology, 1, true},
+    {"obxBoxFilter3x3u8", {obxBoxFilter3x3u8C, obxBoxFilter3x3u8V}, "Smooth", kBox3x3, 3, false},
+    {"obxBoxFilter5x5u8", {obxBoxFilter5x5u8C, obxBoxFilter5x5u8V}, "Smooth", kBox5x5, 5, false},
+    {"obxBoxFilter11x11u8", {obxBoxFilter11x11u8C, obxBoxFilter11x11u8V, obxBoxFilter11x11u8V2}, "Smooth", kBox11x11,
+     11, false},
+    {"obxFilterDilate3x3u8", {obxFilterDilate3x3u8C, obxFilterDilate3x3u8V}, "Filter1", kMorphology, 1, true},
+    {"obxFilterErode3x3u8", {obxFilterErode3x3u8C, obxFilterErode3x3u8V}, "Filter1", kMorphology, 1, true},
 };
 
 uint8_t gSrc[16 * 16], gDst[16 * 16];
@@ -55,7 +51,8 @@ struct Arguments {
 
 std::vector<AssertionCase> assertionCases() {
     std::vector<AssertionCase> cases;
-    auto add = [&cases](const std::string& name, const char* module, const char* expression, Arguments a, auto* f) {
+    auto add = [&cases](const std::string& name, const std::string& module, const char* expression, Arguments a,
+                        auto* f) {
         cases.push_back({name + " " + a.what, [f, a] {
             const uint8_t* src = a.nullSrc ? nullptr : gSrc;
             uint8_t* dst = a.nullDst ? nullptr : gDst;
@@ -77,7 +74,10 @@ std::vector<AssertionCase> assertionCases() {
             violations.push_back({"width one below the kernel", false, false, n - 1, n, 16, 16, 0});
             violations.push_back({"height one below the kernel", false, false, n, n - 1, 16, 16, 0});
         }
-        for (const Arguments& a : violations) add(c.name, c.module, c.expression, a, c.function);
+        for (size_t i = 0; i < c.functions.size(); ++i)
+            for (const Arguments& a : violations)
+                add(std::string(c.name) + (i ? i > 1 ? "V2" : "V" : "C"), moduleOf(c.family, i > 0), c.expression, a,
+                    c.functions[i]);
     }
     for (bool vector : {false, true}) {
         const std::string name = vector ? "obxFilterThresholdu8V" : "obxFilterThresholdu8C";
@@ -88,8 +88,7 @@ std::vector<AssertionCase> assertionCases() {
                                    Arguments{"srcStride below width", false, false, 5, 4, 4, 16, 1},
                                    Arguments{"threshold 2^31", false, false, 4, 4, 16, 16, 0x80000000u},
                                    Arguments{"threshold 2^32-1", false, false, 4, 4, 16, 16, 0xFFFFFFFFu}})
-            add(name, vector ? "src/lanex/ombrixThresholdV" : "src/cpu/ombrixThresholdC", kThreshold, a,
-                vector ? obxFilterThresholdu8V : obxFilterThresholdu8C);
+            add(name, moduleOf("Threshold", vector), kThreshold, a, vector ? obxFilterThresholdu8V : obxFilterThresholdu8C);
     }
     return cases;
 }

@@ -150,7 +150,12 @@ const char kNeonCpuInfo[] =
     "Features\t: half thumb fastmult vfp edsp neon vfpv3 tls vfpd32\n"
     "CPU implementer\t: 0x51\nCPU architecture: 7\n";
 
-TEST(ModeEndToEnd, PreferredNeonCoreInstallsVectorVariants) {
+// On a NEON core of the preferred family: the vector mode installs the
+// vector variants and the reference mode puts the references back; every
+// mode call reads the log switch from its property; the remote library's
+// initialisation sets its flag and clears the remote slots without
+// re-pointing a slot.
+TEST(ModeEndToEnd, PreferredNeonCore) {
     expectChildSucceeds([] {
         setenv("OMBRIX_CPUINFO", writeTempFile(kNeonCpuInfo).c_str(), 1);
         EXPECT_EQ(obxAvailableHardware(), P | S | F | A | Q);
@@ -158,6 +163,28 @@ TEST(ModeEndToEnd, PreferredNeonCoreInstallsVectorVariants) {
         EXPECT_EQ(obxCopy_, obxCopyV);
         EXPECT_EQ(obxSetOperationMode(OBX_MODE_REFERENCE), 0);
         EXPECT_EQ(obxCopy_, obxCopyC);
+        const struct {
+            const char* value;  // null: property absent
+            uint8_t expected;
+        } cases[] = {{"1", 1}, {"0", 0}, {"12abc", 1}, {"abc", 0}, {"", 0}, {nullptr, 0}, {"-3", 1}};
+        for (const auto& c : cases) {
+            if (c.value)
+                setenv("OMBRIX_PROP_runtime_ombrix_libLogPrint", c.value, 1);
+            else
+                unsetenv("OMBRIX_PROP_runtime_ombrix_libLogPrint");
+            for (auto* setMode : {obxSetOperationMode, obxSetOperationModeRemoteLib}) {
+                libLogPrint = 7;
+                setMode(OBX_MODE_REFERENCE);
+                EXPECT_EQ(libLogPrint, c.expected) << (c.value ? c.value : "(absent)");
+            }
+        }
+        obxSetOperationMode(OBX_MODE_VECTOR);
+        obxCopyR_ = obxCopyC;
+        uint8_t* flag = obxInitRemoteLib(OBX_MODE_PERFORMANCE);
+        EXPECT_EQ(flag, &useRemoteLanex);
+        EXPECT_EQ(*flag, 1);
+        EXPECT_EQ(obxCopyR_, nullptr);
+        EXPECT_EQ(obxCopy_, obxCopyV) << "the remote mode call never re-points a slot";
     });
 }
 
@@ -169,41 +196,6 @@ TEST(ModeEndToEnd, UnreadableCpuInfoGives999) {
         EXPECT_EQ(obxSetOperationModeRemoteLib(OBX_MODE_VECTOR), 999);
         setenv("OMBRIX_PROP_ro_board_platform", "kpx3190b", 1);
         EXPECT_EQ(obxAvailableHardware(), P | Q);
-    });
-}
-
-TEST(ModeEndToEnd, LogSwitchFollowsTheProperty) {
-    expectChildSucceeds([] {
-        setenv("OMBRIX_CPUINFO", writeTempFile(kNeonCpuInfo).c_str(), 1);
-        const struct {
-            const char* value;  // null: property absent
-            uint8_t expected;
-        } cases[] = {{"1", 1}, {"0", 0}, {"12abc", 1}, {"abc", 0}, {"", 0}, {nullptr, 0}, {"-3", 1}};
-        for (const auto& c : cases) {
-            if (c.value)
-                setenv("OMBRIX_PROP_runtime_ombrix_libLogPrint", c.value, 1);
-            else
-                unsetenv("OMBRIX_PROP_runtime_ombrix_libLogPrint");
-            libLogPrint = 7;
-            obxSetOperationMode(OBX_MODE_REFERENCE);
-            EXPECT_EQ(libLogPrint, c.expected) << (c.value ? c.value : "(absent)");
-            libLogPrint = 7;
-            obxSetOperationModeRemoteLib(OBX_MODE_REFERENCE);
-            EXPECT_EQ(libLogPrint, c.expected);
-        }
-    });
-}
-
-TEST(ModeEndToEnd, InitRemoteLibSetsItsFlag) {
-    expectChildSucceeds([] {
-        setenv("OMBRIX_CPUINFO", writeTempFile(kNeonCpuInfo).c_str(), 1);
-        obxSetOperationMode(OBX_MODE_VECTOR);
-        obxCopyR_ = obxCopyC;
-        uint8_t* flag = obxInitRemoteLib(OBX_MODE_PERFORMANCE);
-        EXPECT_EQ(flag, &useRemoteLanex);
-        EXPECT_EQ(*flag, 1);
-        EXPECT_EQ(obxCopyR_, nullptr);
-        EXPECT_EQ(obxCopy_, obxCopyV) << "the remote mode call never re-points a slot";
     });
 }
 
