@@ -147,7 +147,6 @@ struct Rgb565Implementation {
     obxColorYUV420toRGB565u8_fn* convert;
     bool rotated;
 };
-void PrintTo(const Rgb565Implementation& p, std::ostream* os) { *os << p.name; }
 
 const Rgb565Implementation kRgb565[] = {
     {"reference", obxColorYUV420toRGB565u8C, false},
@@ -174,36 +173,33 @@ uint16_t valueAt(const GuardedBuffer& dst, uint32_t width, uint32_t x, uint32_t 
     return v;
 }
 
-class Rgb565 : public ::testing::TestWithParam<Rgb565Implementation> {};
-
 // Every pixel against the model, at (x, y) or, rotated, at (w-1-x, h-1-y).
 // With an odd width the last source column is not converted, so its
 // destination column keeps its previous contents.
-TEST_P(Rgb565, MatchesThePerPixelModel) {
-    const Rgb565Implementation& impl = GetParam();
+TEST(ColorPreview, Rgb565MatchesThePerPixelModel) {
     std::mt19937 rng(4);
     for (uint32_t w : {2u, 3u, 6u, 15u, 16u, 18u, 34u, 61u}) {
         for (uint32_t h : {1u, 2u, 3u, 5u}) {
             YuvSource src(w, h, 1);
             fillRandom(src.buffer.data(), src.buffer.size(), rng);
-            GuardedBuffer dst(static_cast<size_t>(w) * h * 2, 2);
-            impl.convert(src.buffer.data(), w, h, dst.data());
-            ASSERT_TRUE(dst.guardsIntact()) << w << "x" << h;
-            for (uint32_t y = 0; y < h; ++y)
-                for (uint32_t x = 0; x < w; ++x) {
-                    const uint32_t dx = impl.rotated ? w - 1 - x : x, dy = impl.rotated ? h - 1 - y : y;
-                    const uint16_t expected =
-                        (x == w - 1 && w % 2)
-                            ? static_cast<uint16_t>(GuardedBuffer::kSentinel * 0x101)
-                            : model565(src.luma(x, y), src.chroma(x & ~1u, y / 2), src.chroma((x & ~1u) + 1, y / 2));
-                    ASSERT_EQ(valueAt(dst, w, dx, dy), expected) << w << "x" << h << " at " << x << "," << y;
-                }
+            for (const Rgb565Implementation& impl : kRgb565) {
+                SCOPED_TRACE(::testing::Message() << impl.name << " " << w << "x" << h);
+                GuardedBuffer dst(static_cast<size_t>(w) * h * 2, 2);
+                impl.convert(src.buffer.data(), w, h, dst.data());
+                ASSERT_TRUE(dst.guardsIntact());
+                for (uint32_t y = 0; y < h; ++y)
+                    for (uint32_t x = 0; x < w; ++x) {
+                        const uint32_t dx = impl.rotated ? w - 1 - x : x, dy = impl.rotated ? h - 1 - y : y;
+                        const uint16_t expected =
+                            (x == w - 1 && w % 2)
+                                ? static_cast<uint16_t>(GuardedBuffer::kSentinel * 0x101)
+                                : model565(src.luma(x, y), src.chroma(x & ~1u, y / 2), src.chroma((x & ~1u) + 1, y / 2));
+                        ASSERT_EQ(valueAt(dst, w, dx, dy), expected) << x << "," << y;
+                    }
+            }
         }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Implementations, Rgb565, ::testing::ValuesIn(kRgb565),
-                         [](const auto& info) { return std::string(info.param.name); });
 
 // ---- Assertion texts ----------------------------------------------------------------
 
