@@ -224,11 +224,7 @@ struct Planes {
         : y(width, rows, width + pad, 5),
           a(l.chromaWidth(width) * (l.planar ? 1 : 2), l.chromaHeight(rows), l.chromaWidth(width) * (l.planar ? 1 : 2) + pad, 9),
           b(l.planar ? l.chromaWidth(width) : 0, l.planar ? l.chromaHeight(rows) : 0, l.chromaWidth(width) + pad, 13),
-          pad(pad) {
-        y.fill(0x5A);
-        a.fill(0x5A);
-        b.fill(0x5A);
-    }
+          pad(pad) {}
     bool guardsIntact() const { return y.guardsIntact() && a.guardsIntact() && b.guardsIntact(); }
 };
 
@@ -243,13 +239,13 @@ void runLayout(const Layout& l, const GuardedImage<uint8_t>& src, uint32_t width
 
 class ColorRgbLayout : public ::testing::TestWithParam<Layout> {};
 
-// Every output byte, on the reference and the vector table. 4:2:2 and 4:2:0
-// take chroma from the even pixel of each pair, and 4:2:0 from the first row
-// of each pair of rows, whose second row gets luma only. With an odd width
-// the two-pixel converters write nothing, so 4:2:2 leaves everything as it
-// was and 4:2:0 writes only the luma of its second rows. With an odd height
-// 4:2:0 also converts row `height`; the buffers here have one row more than
-// the image, which the other layouts leave alone.
+// Every output byte, on the reference and on the vector table. 4:2:2 and
+// 4:2:0 take chroma from the even pixel of each pair, and 4:2:0 from the
+// first row of each pair of rows, whose second row gets luma only. With an
+// odd width the two-pixel converters write nothing, so 4:2:2 leaves
+// everything as it was and 4:2:0 writes only the luma of its second rows.
+// With an odd height 4:2:0 also converts row `height`; the buffers here have
+// one row more than the image, which the other layouts leave alone.
 TEST_P(ColorRgbLayout, MatchesThePixelModelOnBothTables) {
     const Layout& l = GetParam();
     std::mt19937 rng(7);
@@ -257,14 +253,10 @@ TEST_P(ColorRgbLayout, MatchesThePixelModelOnBothTables) {
     const uint32_t sizes[][3] = {{2, 2, 0}, {16, 4, 3}, {34, 6, 0}, {50, 2, 17}, {64, 4, 1}, {8, 8, 0},
                                  {1, 4, 4}, {5, 4, 4},  {33, 4, 2}, {6, 3, 2},   {7, 5, 1}};
     for (bool vectorTable : {false, true}) {
-        if (vectorTable)
-            obxTableInstallVectorVariants();
-        else
-            obxTableResetToReferences();
+        if (vectorTable) obxTableInstallVectorVariants();
         for (const auto& size : sizes) {
             const uint32_t width = size[0], height = size[1], pad = size[2], rows = height + 1;
-            SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height) + " pad " + std::to_string(pad) +
-                         (vectorTable ? " vector table" : " reference table"));
+            SCOPED_TRACE(::testing::Message() << width << "x" << height << " pad " << pad << (vectorTable ? " vector" : ""));
             GuardedImage<uint8_t> src(width * bpp, rows, width * bpp + pad, 3);
             src.fillRandom(rng);
             Planes p(l, width, rows, pad);
@@ -275,15 +267,15 @@ TEST_P(ColorRgbLayout, MatchesThePixelModelOnBothTables) {
             for (uint32_t y = 0; y < rows; ++y)
                 for (uint32_t x = 0; x < width; ++x) {
                     const bool written = converted(y) && (pairsWritten || (l.sampling == k420 && y % 2));
-                    ASSERT_EQ(p.y.at(x, y), written ? model(l.format, src.row(y) + x * bpp).y : 0x5A) << x << "," << y;
+                    ASSERT_EQ(p.y.at(x, y), written ? model(l.format, src.row(y) + x * bpp).y : 0xA5) << x << "," << y;
                 }
             const uint32_t stepX = l.sampling == k444 ? 1 : 2, stepY = l.sampling == k420 ? 2 : 1;
             for (uint32_t cy = 0; cy < p.a.height(); ++cy)
                 for (uint32_t cx = 0; cx < l.chromaWidth(width); ++cx) {
                     const bool written = converted(cy * stepY) && pairsWritten;
                     const Ycc m = model(l.format, src.row(cy * stepY) + cx * stepX * bpp);
-                    ASSERT_EQ(l.planar ? p.a.at(cx, cy) : p.a.at(2 * cx, cy), written ? m.cb : 0x5A) << cx << "," << cy;
-                    ASSERT_EQ(l.planar ? p.b.at(cx, cy) : p.a.at(2 * cx + 1, cy), written ? m.cr : 0x5A) << cx << "," << cy;
+                    ASSERT_EQ(l.planar ? p.a.at(cx, cy) : p.a.at(2 * cx, cy), written ? m.cb : 0xA5) << cx << "," << cy;
+                    ASSERT_EQ(l.planar ? p.b.at(cx, cy) : p.a.at(2 * cx + 1, cy), written ? m.cr : 0xA5) << cx << "," << cy;
                 }
         }
     }
