@@ -10,14 +10,10 @@ using namespace ombrix_test;
 uint8_t gByte[4];
 
 const AssertionCase kAssertionCases[] = {
-    {"obxCopyC null destination", [] { obxCopyC(nullptr, gByte, 1); }, "src/cpu/ombrixRuntimeC",
-     "dstPtr && srcPtr"},
-    {"obxCopyC null source", [] { obxCopyC(gByte, nullptr, 0); }, "src/cpu/ombrixRuntimeC",
-     "dstPtr && srcPtr"},
-    {"obxCopyV null destination", [] { obxCopyV(nullptr, gByte, 1); }, "src/lanex/ombrixRuntimeV",
-     "dstPtr && srcPtr"},
-    {"obxCopyV null source", [] { obxCopyV(gByte, nullptr, 3); }, "src/lanex/ombrixRuntimeV",
-     "dstPtr && srcPtr"},
+    {"obxCopyC null destination", [] { obxCopyC(nullptr, gByte, 1); }, "src/cpu/ombrixRuntimeC", "dstPtr && srcPtr"},
+    {"obxCopyC null source", [] { obxCopyC(gByte, nullptr, 0); }, "src/cpu/ombrixRuntimeC", "dstPtr && srcPtr"},
+    {"obxCopyV null destination", [] { obxCopyV(nullptr, gByte, 1); }, "src/lanex/ombrixRuntimeV", "dstPtr && srcPtr"},
+    {"obxCopyV null source", [] { obxCopyV(gByte, nullptr, 3); }, "src/lanex/ombrixRuntimeV", "dstPtr && srcPtr"},
 };
 
 }  // namespace

@@ -133,6 +133,13 @@ std::vector<uint8_t> run(CannyFn* canny, const GuardedImage<uint8_t>& src, uint3
 
 // ---- Hand-checked cases ------------------------------------------------------------
 
+// Expects 255 exactly where `edge(x, y)` and 0 elsewhere in a packed w x h result.
+void expectEdgesWhere(const std::vector<uint8_t>& dst, uint32_t w, uint32_t h,
+                      const std::function<bool(uint32_t, uint32_t)>& edge) {
+    for (uint32_t y = 0; y < h; ++y)
+        for (uint32_t x = 0; x < w; ++x) ASSERT_EQ(dst[y * w + x], edge(x, y) ? 255 : 0) << x << "," << y;
+}
+
 // A vertical step, 0 in columns < 9 and 255 from column 9: the smoothed row
 // is ... 0, 63, 191, 255 ... (columns 7 .. 10), so the backward differences
 // are 63, 128, 64 at columns 8, 9, 10 and only column 9 is a local maximum.
@@ -142,14 +149,11 @@ TEST(Canny, StepEdgesGiveOneLineWhereTheDifferencePeaks) {
     const GuardedImage<uint8_t> horizontal = imageOf(15, 16, 0, 0, [](uint32_t, uint32_t y) -> uint8_t { return y >= 7 ? 255 : 0; });
     for (const Variant& v : kVariants)
         for (int32_t t : {1, 128, 256}) {
-            const std::vector<uint8_t> a = run(v.canny, vertical, 20, t, t);
-            for (uint32_t y = 0; y < 12; ++y)
-                for (uint32_t x = 0; x < 20; ++x)
-                    ASSERT_EQ(a[y * 20 + x], x == 9 && y >= 2 && y <= 9 ? 255 : 0) << v.name << " at " << x << "," << y;
-            const std::vector<uint8_t> b = run(v.canny, horizontal, 15, t, t);
-            for (uint32_t y = 0; y < 16; ++y)
-                for (uint32_t x = 0; x < 15; ++x)
-                    ASSERT_EQ(b[y * 15 + x], y == 7 && x >= 2 && x <= 12 ? 255 : 0) << v.name << " at " << x << "," << y;
+            SCOPED_TRACE(::testing::Message() << v.name << " " << t);
+            expectEdgesWhere(run(v.canny, vertical, 20, t, t), 20, 12,
+                             [](uint32_t x, uint32_t y) { return x == 9 && y >= 2 && y <= 9; });
+            expectEdgesWhere(run(v.canny, horizontal, 15, t, t), 15, 16,
+                             [](uint32_t x, uint32_t y) { return y == 7 && x >= 2 && x <= 12; });
         }
 }
 
@@ -176,11 +180,9 @@ TEST(Canny, TraceFollowsTheEdgeBothWaysFromOneSeed) {
             return y < 4 ? 0 : x == 10 ? bump : bright;
         });
         for (const Variant& v : kVariants) {
-            const std::vector<uint8_t> dst = run(v.canny, src, 21, c.low, 256);
-            for (uint32_t y = 0; y < 9; ++y)
-                for (uint32_t x = 0; x < 21; ++x)
-                    ASSERT_EQ(dst[y * 21 + x], y == 4 && x >= c.first && x <= c.last ? 255 : 0)
-                        << v.name << " bright " << int{c.bright} << " low " << c.low << " at " << x << "," << y;
+            SCOPED_TRACE(::testing::Message() << v.name << " bright " << int{c.bright} << " low " << c.low);
+            expectEdgesWhere(run(v.canny, src, 21, c.low, 256), 21, 9,
+                             [&c](uint32_t x, uint32_t y) { return y == 4 && x >= c.first && x <= c.last; });
         }
     }
 }

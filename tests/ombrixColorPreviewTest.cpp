@@ -133,7 +133,8 @@ TEST(ColorPreview, Rgb8888MatchesThePerPixelModel) {
                 ASSERT_TRUE(dst.guardsIntact()) << w << "x" << h;
                 for (uint32_t y = 0; y < h; ++y)
                     for (uint32_t x = 0; x < w; ++x)
-                        ASSERT_EQ(dst.at(x, y), modelQ10(src.luma(x, y), src.chroma((x & ~1u) + 1, y / 2), src.chroma(x & ~1u, y / 2)))
+                        ASSERT_EQ(dst.at(x, y),
+                                  modelQ10(src.luma(x, y), src.chroma((x & ~1u) + 1, y / 2), src.chroma(x & ~1u, y / 2)))
                             << w << "x" << h << " at " << x << "," << y;
             }
         }
@@ -230,7 +231,10 @@ std::vector<AssertionCase> assertionCases() {
             if (i != 0 && (i % 2 == 1) != vector) continue;
             const Violation v = rgb8888[i];
             cases.push_back({std::string("RGB8888 ") + (vector ? "V " : "C ") + v.what,
-                             [fn, v] { fn(v.nullSrc ? nullptr : src, v.width, v.height, v.yStride, v.cStride, v.nullDst ? nullptr : dst, v.dstStride); },
+                             [fn, v] {
+                                 fn(v.nullSrc ? nullptr : src, v.width, v.height, v.yStride, v.cStride,
+                                    v.nullDst ? nullptr : dst, v.dstStride);
+                             },
                              moduleOf("ColorPreview", vector),
                              "src && dst && srcWidth && srcHeight && srcYStride && srcCStride && dstStride"});
         }
@@ -240,7 +244,10 @@ std::vector<AssertionCase> assertionCases() {
         for (size_t i : {2 * k % 4, 2 * k % 4 + 1}) {  // two conditions per function, all four per pair
             const Violation v = rgb565[i];
             cases.push_back({std::string("RGB565 ") + impl.name + " " + v.what,
-                             [impl, v] { impl.convert(v.nullSrc ? nullptr : src, v.width, v.height, v.nullDst ? nullptr : reinterpret_cast<uint8_t*>(dst)); },
+                             [impl, v] {
+                                 impl.convert(v.nullSrc ? nullptr : src, v.width, v.height,
+                                              v.nullDst ? nullptr : reinterpret_cast<uint8_t*>(dst));
+                             },
                              moduleOf("ColorPreview", k % 2 == 1), "yuv420sp && rgb565 && width && height"});
         }
     }

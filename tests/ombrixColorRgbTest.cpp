@@ -256,7 +256,8 @@ TEST_P(ColorRgbLayout, MatchesThePixelModelOnBothTables) {
         if (vectorTable) obxTableInstallVectorVariants();
         for (const auto& size : sizes) {
             const uint32_t width = size[0], height = size[1], pad = size[2], rows = height + 1;
-            SCOPED_TRACE(::testing::Message() << width << "x" << height << " pad " << pad << (vectorTable ? " vector" : ""));
+            SCOPED_TRACE(::testing::Message() << width << "x" << height << " pad " << pad
+                                              << (vectorTable ? " vector table" : ""));
             GuardedImage<uint8_t> src(width * bpp, rows, width * bpp + pad, 3);
             src.fillRandom(rng);
             Planes p(l, width, rows, pad);
@@ -357,9 +358,12 @@ TEST(ColorRgbVector, GrayAndYCrCbMatchTheReferences) {
         src.fillRandom(rng);
         for (const uint32_t bytes : {1u, 3u}) {
             const uint32_t stride = bytes * g.width + g.dstPadding;
-            GuardedImage<uint8_t> c(bytes * g.width, g.height, stride, g.dstOffset), v(bytes * g.width, g.height, stride, g.dstOffset);
-            (bytes == 1 ? obxColorRGB888ToGrayu8C : obxColorRGB888toYCrCbu8C)(src.data(), g.width, g.height, srcStride, c.data(), stride);
-            (bytes == 1 ? obxColorRGB888ToGrayu8V : obxColorRGB888toYCrCbu8V)(src.data(), g.width, g.height, srcStride, v.data(), stride);
+            GuardedImage<uint8_t> c(bytes * g.width, g.height, stride, g.dstOffset);
+            GuardedImage<uint8_t> v(bytes * g.width, g.height, stride, g.dstOffset);
+            auto* reference = bytes == 1 ? obxColorRGB888ToGrayu8C : obxColorRGB888toYCrCbu8C;
+            auto* vector = bytes == 1 ? obxColorRGB888ToGrayu8V : obxColorRGB888toYCrCbu8V;
+            reference(src.data(), g.width, g.height, srcStride, c.data(), stride);
+            vector(src.data(), g.width, g.height, srcStride, v.data(), stride);
             ASSERT_EQ(pixelDifference(c, v), "") << g << (bytes == 1 ? " gray" : " YCrCb");
             ASSERT_TRUE(v.guardsIntact()) << g;
         }

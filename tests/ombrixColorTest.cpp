@@ -36,7 +36,8 @@ struct Source {
         (op.planar ? cr.at(k, row) : cb.at(2 * k + 1, row)) = c.second;
     }
     std::pair<uint8_t, uint8_t> chroma(const Operation& op, uint32_t k, uint32_t row) const {
-        return op.planar ? std::make_pair(cb.at(k, row), cr.at(k, row)) : std::make_pair(cb.at(2 * k, row), cb.at(2 * k + 1, row));
+        return op.planar ? std::make_pair(cb.at(k, row), cr.at(k, row))
+                         : std::make_pair(cb.at(2 * k, row), cb.at(2 * k + 1, row));
     }
     void call(const Operation& op, bool vector, uint32_t width, uint32_t height, uint8_t* dst, uint32_t dstStride) {
         const uint32_t ys = packed ? 0 : y.stride(), cbs = packed ? 0 : cb.stride(), crs = packed ? 0 : cr.stride();

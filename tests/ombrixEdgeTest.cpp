@@ -314,10 +314,12 @@ std::vector<AssertionCase> assertionCases() {
         for (int kind = 0; kind < (op.layout == Layout::Planar ? 7 : 6); ++kind) {
             for (bool vector : {false, true}) {
                 const Call call = vector ? op.vector : op.reference;
-                cases.push_back({std::string(op.name) + (vector ? "V " : "C ") + kinds[kind], [call, kind, srcStride, outStride] {
+                const auto violate = [call, kind, srcStride, outStride] {
                     call(kind == 0 ? nullptr : gBytes, kind == 2 ? 0 : 8, kind == 3 ? 0 : 8, srcStride - (kind == 4),
                          kind == 1 ? nullptr : gBytes + 1024, kind == 6 ? nullptr : gBytes + 2048, outStride - (kind == 5));
-                }, moduleOf("Edge", vector), op.contract});
+                };
+                cases.push_back({std::string(op.name) + (vector ? "V " : "C ") + kinds[kind], violate,
+                                 moduleOf("Edge", vector), op.contract});
             }
         }
     }

@@ -75,16 +75,13 @@ TEST(CpuInfoFile, UnreadableFileGivesNoFeatures) {
     EXPECT_FALSE(obxProbeCpuInfoFile("/", &features, &implementer)) << "a directory fails to read";
 }
 
-struct ComposeCase {
-    bool probed;
-    uint32_t features;
-    uint32_t implementer;
-    const char* platform;
-    uint32_t expected;
-};
-
 TEST(Hardware, Compose) {
-    const ComposeCase cases[] = {
+    const struct {
+        bool probed;
+        uint32_t features, implementer;
+        const char* platform;
+        uint32_t expected;
+    } cases[] = {
         {true, 0, 0, "", 0x2},
         {false, 0, 0, "", 0x0},
         {true, OBX_CPU_NEON, 0, "", 0x6},
@@ -98,7 +95,7 @@ TEST(Hardware, Compose) {
         {true, 0, 0, "KPX3190B", 0x2},
         {true, 0, 0x50, "msm8960", 0x2},
     };
-    for (const ComposeCase& c : cases)
+    for (const auto& c : cases)
         EXPECT_EQ(obxComposeHardware(c.probed, c.features, c.implementer, c.platform), c.expected)
             << c.platform << " features=" << c.features << " implementer=" << c.implementer;
 }

@@ -116,14 +116,12 @@ TEST(Table, ScratchSlotsAreNeverRewritten) {
     EXPECT_EQ(obxReleaseScratchBuffer_, obxScratchRelease);
 }
 
-struct VersionCase {
-    uint32_t length;
-    const char* expected;  // null: every byte of the buffer is zero
-};
-
 TEST(Version, WritesWholeStringOrZeroes) {
-    const VersionCase cases[] = {{6, "1.2.2"}, {32, "1.2.2"}, {5, nullptr}, {1, nullptr}};
-    for (const VersionCase& c : cases) {
+    const struct {
+        uint32_t length;
+        const char* expected;  // null: every byte of the buffer is zero
+    } cases[] = {{6, "1.2.2"}, {32, "1.2.2"}, {5, nullptr}, {1, nullptr}};
+    for (const auto& c : cases) {
         char buffer[40];
         memset(buffer, 'x', sizeof buffer);
         obxGetVersion(buffer, c.length);

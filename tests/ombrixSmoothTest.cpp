@@ -56,9 +56,10 @@ TEST_P(BoxFilter, ConstantWhiteIsDarkerAtTheZeroPaddedBorder) {
     // 11x11: 36 * 255 = 9180 -> 9180 * 542 + 32768 >> 16 = 76; 66 * 255 = 16830 -> 139.
     const int corner = box.size == 3 ? 113 : box.size == 5 ? 92 : 76;
     const int edge = box.size == 3 ? 170 : box.size == 5 ? 153 : 139;
-    for (const auto& [x, y] : {std::pair<uint32_t, uint32_t>{0, 0}, {width - 1, 0}, {0, height - 1}, {width - 1, height - 1}})
+    const uint32_t w = width - 1, h = height - 1;
+    for (const auto& [x, y] : {std::pair<uint32_t, uint32_t>{0, 0}, {w, 0}, {0, h}, {w, h}})
         EXPECT_EQ(at(x, y), corner) << x << "," << y;
-    for (const auto& [x, y] : {std::pair<uint32_t, uint32_t>{r, 0}, {0, r}, {width - 1, r}, {r + 1, height - 1}})
+    for (const auto& [x, y] : {std::pair<uint32_t, uint32_t>{r, 0}, {0, r}, {w, r}, {r + 1, h}})
         EXPECT_EQ(at(x, y), edge) << x << "," << y;
 }
 
