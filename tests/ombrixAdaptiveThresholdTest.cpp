@@ -170,6 +170,10 @@ TEST(AdaptiveThresholdHand, MeanAroundOneBrightPixel) {
 const char kCommon[] = "src && dst && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride";
 const char kMean5x5[] =
     "src && dst && srcWidth && srcHeight && (srcStride >= srcWidth) && dstStride && srcWidth > 4 && srcHeight > 4";
+// The 11x11 mean form checks no size itself: a small image is refused by the
+// 11x11 box filter it calls through the table.
+const char kBox11x11[] = "src && dst && srcWidth && srcHeight && srcStride && dstStride && ( srcStride >=srcWidth) && "
+                         "srcWidth > 10 && srcHeight > 10";
 
 // Calls that break the contract: one per reference and per vector variant.
 struct AdaptiveViolation {
@@ -192,24 +196,18 @@ const AdaptiveViolation kViolations[] = {
     {"Mean5x5 V small", obxAdaptiveThresholdMean5x5u8V, 8, 4, 8, 8, kMean5x5},
     {"Mean11x11 C stride", obxAdaptiveThresholdMean11x11u8C, 20, 20, 19, 20, kCommon},
     {"Mean11x11 V height", obxAdaptiveThresholdMean11x11u8V, 20, 0, 20, 20, kCommon},
+    {"Mean11x11 C small", obxAdaptiveThresholdMean11x11u8C, 10, 10, 10, 10, kBox11x11},
 };
 
 std::vector<AssertionCase> assertionCases() {
     static uint8_t src[32 * 32], dst[32 * 32];
     std::vector<AssertionCase> cases;
     for (const AdaptiveViolation& v : kViolations) {
-        const bool vector = strstr(v.what, " V ") != nullptr;
+        const std::string module = v.expression == kBox11x11 ? moduleOf("Smooth", false)
+                                                              : moduleOf("AdaptiveThreshold", strstr(v.what, " V "));
         cases.push_back({v.what, [v] { v.fn(src, v.width, v.height, v.srcStride, 255, 0, 0, dst, v.dstStride); },
-                         vector ? "src/lanex/ombrixAdaptiveThresholdV" : "src/cpu/ombrixAdaptiveThresholdC",
-                         v.expression});
+                         module, v.expression});
     }
-    // The 11x11 mean form checks no size itself: a small image is refused by
-    // the 11x11 box filter it calls through the table.
-    cases.push_back({"Mean11x11 C leaves the size to the box filter",
-                     [] { obxAdaptiveThresholdMean11x11u8C(src, 10, 10, 10, 255, 0, 0, dst, 10); },
-                     "src/cpu/ombrixSmoothC",
-                     "src && dst && srcWidth && srcHeight && srcStride && dstStride && ( srcStride >=srcWidth) && "
-                     "srcWidth > 10 && srcHeight > 10"});
     return cases;
 }
 

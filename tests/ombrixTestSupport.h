@@ -68,11 +68,10 @@ public:
     size_t size() const { return size_; }
     // True when no byte outside [data, data + size) has changed.
     bool guardsIntact() const {
-        for (const uint8_t* p = storage_.data(); p < data_; ++p)
-            if (*p != kSentinel) return false;
-        for (const uint8_t* p = data_ + size_; p < storage_.data() + storage_.size(); ++p)
-            if (*p != kSentinel) return false;
-        return true;
+        return untouched(storage_.data(), data_) && untouched(data_ + size_, storage_.data() + storage_.size());
+    }
+    static bool untouched(const uint8_t* begin, const uint8_t* end) {
+        return end <= begin || std::all_of(begin, end, [](uint8_t b) { return b == kSentinel; });
     }
 
 private:
@@ -132,11 +131,9 @@ public:
     // padding at the end of every row.
     bool guardsIntact() const {
         if (!buffer_.guardsIntact()) return false;
-        const size_t rowBytes = sizeof(T) * width_;
         for (uint32_t y = 0; y < height_; ++y) {
-            const uint8_t* padding = buffer_.data() + static_cast<size_t>(y) * stride_ + rowBytes;
-            for (size_t i = rowBytes; i < stride_; ++i)
-                if (padding[i - rowBytes] != GuardedBuffer::kSentinel) return false;
+            const uint8_t* row = buffer_.data() + static_cast<size_t>(y) * stride_;
+            if (!GuardedBuffer::untouched(row + sizeof(T) * width_, row + stride_)) return false;
         }
         return true;
     }
