@@ -39,6 +39,20 @@ uint16_t model565(int Y, int Cb, int Cr) {
 using Rgb8888Fn = obxColorYCrCb420PseudoPlanarToRGB8888u8_fn;
 Rgb8888Fn* const kRgb8888[] = {obxColorYCrCb420PseudoPlanarToRGB8888u8C, obxColorYCrCb420PseudoPlanarToRGB8888u8V};
 
+// The packed 4:2:0 to RGB565 conversions, plain and turned by 180 degrees.
+struct Rgb565Implementation {
+    const char* name;
+    obxColorYUV420toRGB565u8_fn* convert;
+    bool rotated;
+};
+
+const Rgb565Implementation kRgb565[] = {
+    {"reference", obxColorYUV420toRGB565u8C, false},
+    {"vector", obxColorYUV420toRGB565u8V, false},
+    {"rotatedReference", obxColorYUV420toRGB565u8Rotate180C, true},
+    {"rotatedVector", obxColorYUV420toRGB565u8Rotate180V, true},
+};
+
 // One luma plane followed by its chroma plane, in one guarded buffer.
 struct YCrCbSource {
     uint32_t width, height, yStride, cStride;
@@ -104,10 +118,9 @@ TEST(ColorPreview, HandCheckedPixels) {
             EXPECT_EQ(std::vector<uint32_t>(dst.row(0), dst.row(0) + w), std::vector<uint32_t>(w, p.rgba8888));
             EXPECT_TRUE(dst.guardsIntact());
         }
-        for (auto* fn : {obxColorYUV420toRGB565u8C, obxColorYUV420toRGB565u8V, obxColorYUV420toRGB565u8Rotate180C,
-                         obxColorYUV420toRGB565u8Rotate180V}) {
+        for (const Rgb565Implementation& impl : kRgb565) {
             GuardedBuffer dst(w * 2 * 2, 3);
-            fn(cbcr.data(), w, 2, dst.data());
+            impl.convert(cbcr.data(), w, 2, dst.data());
             std::vector<uint16_t> values(2 * w);
             memcpy(values.data(), dst.data(), dst.size());
             EXPECT_EQ(values, std::vector<uint16_t>(2 * w, p.rgb565));
@@ -142,19 +155,6 @@ TEST(ColorPreview, Rgb8888MatchesThePerPixelModel) {
 }
 
 // ---- The YUV 4:2:0 RGB565 conversions ------------------------------------------------
-
-struct Rgb565Implementation {
-    const char* name;
-    obxColorYUV420toRGB565u8_fn* convert;
-    bool rotated;
-};
-
-const Rgb565Implementation kRgb565[] = {
-    {"reference", obxColorYUV420toRGB565u8C, false},
-    {"vector", obxColorYUV420toRGB565u8V, false},
-    {"rotatedReference", obxColorYUV420toRGB565u8Rotate180C, true},
-    {"rotatedVector", obxColorYUV420toRGB565u8Rotate180V, true},
-};
 
 // A packed 4:2:0 image: width x height luma, then rows of width chroma bytes.
 struct YuvSource {

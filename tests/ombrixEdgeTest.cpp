@@ -133,9 +133,7 @@ struct Outputs {
     }
     void* plane(int p) { return planes[std::min<size_t>(p, planes.size() - 1)].data(); }
     bool guardsIntact() const {
-        for (const GuardedBuffer& b : planes)
-            if (!b.guardsIntact()) return false;
-        return true;
+        return std::all_of(planes.begin(), planes.end(), [](const GuardedBuffer& b) { return b.guardsIntact(); });
     }
 };
 

@@ -43,8 +43,7 @@ bool remoteSlotsNull() {
     return ok;
 }
 
-constexpr uint32_t P = OBX_HW_PROBED, S = OBX_HW_SIMD, F = OBX_HW_FPU, A = OBX_HW_ARMV7,
-                   Q = OBX_HW_PREFERRED;
+constexpr uint32_t P = OBX_HW_PROBED, S = OBX_HW_SIMD, F = OBX_HW_FPU, A = OBX_HW_ARMV7, Q = OBX_HW_PREFERRED;
 
 // A mode value, the mode call's result on suitable hardware, and whether it
 // asks for the vector variants: on a core of the preferred family for the
@@ -139,8 +138,7 @@ TEST(Version, WritesWholeStringOrZeroes) {
 // The entry points below read the real hardware probe, which runs once per
 // process; each case runs in a child process with its own environment.
 void expectChildSucceeds(void (*body)()) {
-    EXPECT_EXIT({ body(); exit(::testing::Test::HasFailure() ? 1 : 0); },
-                ::testing::ExitedWithCode(0), "");
+    EXPECT_EXIT({ body(); exit(::testing::Test::HasFailure() ? 1 : 0); }, ::testing::ExitedWithCode(0), "");
 }
 
 const char kNeonCpuInfo[] =
