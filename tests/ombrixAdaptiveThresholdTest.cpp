@@ -1,6 +1,6 @@
 // Adaptive thresholds: the threshold rule against averages put into the
-// smoothing slots by hand, the real averages on constant images, assertion
-// texts, and the vector variants against their references.
+// smoothing slots by hand, a hand-checked 3x3 mean, assertion texts, and the
+// vector variants against their references.
 #include <limits.h>
 
 #include "ombrixKernels.h"

@@ -1,5 +1,5 @@
-// Mode selection as a function of (mode, hardware bits), and the small
-// management calls of the table.
+// Mode selection as a function of (mode, hardware bits), the version string
+// and the mode calls end to end.
 #include "ombrixKernels.h"
 #include "ombrixRuntime.h"
 #include "ombrixTestSupport.h"
@@ -52,13 +52,11 @@ constexpr uint32_t P = OBX_HW_PROBED, S = OBX_HW_SIMD, F = OBX_HW_FPU, A = OBX_H
 // where the SIMD bit is set. Every other public value is the reference
 // mode; the private modes 2, 8, 16, 32, 512 and 1024 are accepted with the
 // reference table and all others refused.
-struct ModeCase {
+const struct ModeCase {
     uint32_t mode;
     int32_t result;
     bool asksVector;
-};
-
-const ModeCase kModeCases[] = {
+} kModeCases[] = {
     {0, 0, true},           {1, 0, true},           {2, 0, true},           {3, 0, false},
     {4, 0, false},          {1000, 0, false},       {0x7FFFFFFF, 0, false}, {0x80000001, 0, true},
     {0x80000004, 0, true},  {0x80000002, 0, false}, {0x80000008, 0, false}, {0x80000010, 0, false},

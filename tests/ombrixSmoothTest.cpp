@@ -48,15 +48,14 @@ TEST_P(BoxFilter, ConstantWhiteIsDarkerAtTheZeroPaddedBorder) {
     const uint32_t r = box.size / 2;
     // Interior: n*n*255 * reciprocal + 32768 >> 16 is 255 for every size
     // (2295 * 7282, 6375 * 2621 and 30855 * 542 all land in [255, 256) * 65536).
-    EXPECT_EQ(at(r, r), 255);
-    EXPECT_EQ(at(width - 1 - r, height - 1 - r), 255);
+    const uint32_t w = width - 1, h = height - 1;
+    for (const auto& [x, y] : {std::pair<uint32_t, uint32_t>{r, r}, {w - r, h - r}}) EXPECT_EQ(at(x, y), 255);
     // Corners have (r+1)^2 pixels inside, edges (r+1)*n:
     // 3x3: 4 * 255 = 1020 -> 1020 * 7282 + 32768 >> 16 = 113; 6 * 255 = 1530 -> 170.
     // 5x5: 9 * 255 = 2295 -> 2295 * 2621 + 32768 >> 16 = 92; 15 * 255 = 3825 -> 153.
     // 11x11: 36 * 255 = 9180 -> 9180 * 542 + 32768 >> 16 = 76; 66 * 255 = 16830 -> 139.
     const int corner = box.size == 3 ? 113 : box.size == 5 ? 92 : 76;
     const int edge = box.size == 3 ? 170 : box.size == 5 ? 153 : 139;
-    const uint32_t w = width - 1, h = height - 1;
     for (const auto& [x, y] : {std::pair<uint32_t, uint32_t>{0, 0}, {w, 0}, {0, h}, {w, h}})
         EXPECT_EQ(at(x, y), corner) << x << "," << y;
     for (const auto& [x, y] : {std::pair<uint32_t, uint32_t>{r, 0}, {0, r}, {w, r}, {r + 1, h}})
@@ -64,9 +63,10 @@ TEST_P(BoxFilter, ConstantWhiteIsDarkerAtTheZeroPaddedBorder) {
 }
 
 // Window sums whose product with the reciprocal lands on or next to a half
-// (65536 * k + 32768), and the reciprocal's own inexactness. An n x n image
-// of `base` with its first `count` pixels set to `value`; its centre sees
-// the whole image.
+// (65536 * k + 32768), and the reciprocal's own inexactness. An image n rows
+// high of `base`, with the first `count` pixels of the n x n window around
+// its middle pixel set to `value`; n wide (a vector variant's scalar rows)
+// and 2 n + 16 wide (whole vector steps).
 struct RoundingCase {
     uint32_t n;
     uint8_t base;
@@ -94,9 +94,12 @@ TEST_P(BoxFilter, WindowSumsNextToAHalf) {
     const BoxImplementation& box = GetParam();
     for (const RoundingCase& c : kRoundingCases) {
         if (c.n != box.size) continue;
-        std::vector<uint8_t> src(c.n * c.n, c.base);
-        std::fill(src.begin(), src.begin() + c.count, c.value);
-        EXPECT_EQ(run(box, src, c.n, c.n)[c.n * c.n / 2], c.expected) << c.n * c.n * c.base + c.count * (c.value - c.base);
+        for (uint32_t width : {c.n, 2 * c.n + 16}) {
+            std::vector<uint8_t> src(width * c.n, c.base);
+            for (uint32_t i = 0; i < c.count; ++i) src[i / c.n * width + width / 2 - c.n / 2 + i % c.n] = c.value;
+            EXPECT_EQ(run(box, src, width, c.n)[c.n / 2 * width + width / 2], c.expected)
+                << width << " wide, sum " << c.n * c.n * c.base + c.count * (c.value - c.base);
+        }
     }
 }
 
