@@ -2,24 +2,14 @@
 // byte against a direct evaluation of the derivatives, the assertion texts
 // of every reference and vector variant, and randomized vector-against-
 // reference comparisons with guard bytes around and between output rows.
-#include <gtest/gtest.h>
-#include <string.h>
-
-#include <algorithm>
 #include <cmath>
-#include <functional>
-#include <random>
-#include <string>
-#include <vector>
 
 #include "ombrixKernels.h"
 #include "ombrixTestSupport.h"
 
 namespace {
 
-using ombrix_test::AssertionCase;
-using ombrix_test::AssertionText;
-using ombrix_test::GuardedBuffer;
+using namespace ombrix_test;
 
 // Every operation called as (src, width, height, srcStride, out0, out1, outStride);
 // out1 is unused by the one-output forms.
@@ -143,9 +133,7 @@ struct Outputs {
     }
     void* plane(int p) { return planes[std::min<size_t>(p, planes.size() - 1)].data(); }
     bool guardsIntact() const {
-        for (const GuardedBuffer& b : planes)
-            if (!b.guardsIntact()) return false;
-        return true;
+        return std::all_of(planes.begin(), planes.end(), [](const GuardedBuffer& b) { return b.guardsIntact(); });
     }
 };
 
@@ -212,36 +200,22 @@ std::string planeDifference(const std::vector<std::vector<uint8_t>>& expected, c
 
 class Edge : public ::testing::TestWithParam<EdgeOp> {};
 
-// ---- Hand-checked cases --------------------------------------------------------------
+// ---- Every output byte ------------------------------------------------------------------
 
-// The value stored for pixel (x, y): dx (or the magnitude) unless `dy`.
-double storedAt(const EdgeOp& op, Outputs& out, uint32_t x, uint32_t y, bool dy) {
-    const size_t bytes = elementBytes(op.out);
-    const uint8_t* p;
-    if (op.layout == Layout::Interleaved)
-        p = out.planes[0].data() + static_cast<size_t>(y - 1) * out.stride + (2 * (x - 1) + dy) * bytes;
-    else
-        p = out.planes[dy && op.layout == Layout::Planar].data() + static_cast<size_t>(y) * out.stride + x * bytes;
-    int16_t s;
-    float f;
-    switch (op.out) {
-        case Element::U8: return *p;
-        case Element::S8: return static_cast<int8_t>(*p);
-        case Element::S16: memcpy(&s, p, 2); return s;
-        case Element::F32: memcpy(&f, p, 4); return f;
-    }
-    return 0;
-}
-
-TEST_P(Edge, StepsAndASingleCornerPixel) {
+// Images worked out by hand, then random ones; small integers (float
+// sources: eighths) keep every float sum exact, so the direct evaluation in
+// double is the stored value. Every byte of the outputs is checked, outer
+// rows, columns and padding included: 3x3 images give exactly one result
+// (pair 0 of row 0, or pixel (1, 1)), images 1 or 2 wide or high give none.
+TEST_P(Edge, EveryOutputByteFollowsTheDefinition) {
     const EdgeOp& op = GetParam();
     struct Case {
         const char* what;
         uint32_t width, height, x, y;
         std::function<double(uint32_t, uint32_t)> pixel;
-        double dx, dy;
+        double dx, dy;  // the hand values at (x, y): the stored dx, dy (or magnitude)
     };
-    const Case cases[] = {
+    std::vector<Case> cases = {
         {"rising vertical step 0|255", 6, 3, 2, 1, [](uint32_t x, uint32_t) { return x >= 3 ? 255 : 0; },
          op.rising, 0},
         {"falling vertical step 255|0", 6, 3, 3, 1, [](uint32_t x, uint32_t) { return x >= 4 ? 0 : 255; },
@@ -251,50 +225,29 @@ TEST_P(Edge, StepsAndASingleCornerPixel) {
         {"9 in the top-left corner of a 3x3 image", 3, 3, 1, 1,
          [](uint32_t x, uint32_t y) { return x + y == 0 ? 9 : 0; }, op.corner, op.corner},
     };
-    for (const Case& c : cases) {
-        for (int v = 0; v < 2; ++v) {
-            SCOPED_TRACE(::testing::Message() << c.what << (v ? ", vector" : ", reference"));
-            Source src(c.width, c.height, 1, 3, op.floatSource);
-            for (uint32_t y = 0; y < c.height; ++y)
-                for (uint32_t x = 0; x < c.width; ++x) src.set(x, y, c.pixel(x, y));
-            Outputs out(op, c.width, c.height, 2, 2);
-            run(v ? op.vector : op.reference, src, out);
-            if (op.layout == Layout::Magnitude) {
-                EXPECT_EQ(storedAt(op, out, c.x, c.y, false), c.dx != 0 ? c.dx : c.dy);
-            } else {
-                EXPECT_EQ(storedAt(op, out, c.x, c.y, false), c.dx);
-                EXPECT_EQ(storedAt(op, out, c.x, c.y, true), c.dy);
-            }
-            EXPECT_EQ(planeDifference(expectedPlanes(op, src, out), out), "");
-            EXPECT_TRUE(out.guardsIntact());
-        }
-    }
-}
-
-// Small integers (float sources: eighths) keep every float sum exact, so
-// the direct evaluation in double is the stored value.
-void fillExactRandom(Source& s, std::mt19937& rng) {
-    for (uint32_t y = 0; y < s.height; ++y)
-        for (uint32_t x = 0; x < s.width; ++x)
-            s.set(x, y, s.isFloat ? static_cast<int>(rng() % 16001) / 8.0 - 1000 : rng() % 256);
-}
-
-// Every byte of the outputs, outer rows, columns and padding included: 3x3
-// images give exactly one result (pair 0 of row 0, or pixel (1, 1)), images
-// 1 or 2 wide or high give none.
-TEST_P(Edge, EveryOutputByteFollowsTheDefinition) {
-    const EdgeOp& op = GetParam();
     std::mt19937 rng(77);
-    const uint32_t sizes[][2] = {{3, 3}, {2, 5}, {5, 2}, {2, 2}, {1, 4}, {4, 1}, {4, 4}, {9, 3}, {17, 6}, {40, 5}, {67, 9}};
-    for (const auto& size : sizes) {
-        const uint32_t w = size[0], h = size[1];
+    for (const auto& [w, h] : {std::pair<uint32_t, uint32_t>{3, 3}, {2, 5}, {5, 2}, {2, 2}, {1, 4}, {4, 1}, {4, 4},
+                               {9, 3}, {17, 6}, {40, 5}, {67, 9}}) {
         if (w == 1 && op.layout == Layout::Interleaved) continue;  // below the contract
-        for (int v = 0; v < 2; ++v) {
-            SCOPED_TRACE(::testing::Message() << w << "x" << h << (v ? " vector" : " reference"));
-            Source src(w, h, 3, 1, op.floatSource);
-            fillExactRandom(src, rng);
-            Outputs out(op, w, h, 3, 6);
-            run(v ? op.vector : op.reference, src, out);
+        cases.push_back({"random", w, h, 0, 0, [&rng, &op](uint32_t, uint32_t) -> double {
+            return op.floatSource ? static_cast<int>(rng() % 16001) / 8.0 - 1000 : rng() % 256;
+        }, 0, 0});
+    }
+    for (const Case& c : cases) {
+        SCOPED_TRACE(::testing::Message() << c.what << " " << c.width << "x" << c.height);
+        Source src(c.width, c.height, 3, 1, op.floatSource);
+        for (uint32_t y = 0; y < c.height; ++y)
+            for (uint32_t x = 0; x < c.width; ++x) src.set(x, y, c.pixel(x, y));
+        if (c.x) {  // the definition agrees with the hand values
+            const double dx = derivative(op, src, c.x, c.y, false), dy = derivative(op, src, c.x, c.y, true);
+            if (op.layout == Layout::Magnitude)
+                EXPECT_EQ(std::min(std::fabs(dx) + std::fabs(dy), 255.0), c.dx != 0 ? c.dx : c.dy);
+            else
+                EXPECT_TRUE(dx == c.dx && dy == c.dy) << dx << " " << dy;
+        }
+        for (const Call& call : {op.reference, op.vector}) {
+            Outputs out(op, c.width, c.height, 3, 6);
+            run(call, src, out);
             EXPECT_EQ(planeDifference(expectedPlanes(op, src, out), out), "");
             EXPECT_TRUE(out.guardsIntact());
         }
@@ -317,14 +270,14 @@ TEST_P(Edge, VectorMatchesReference) {
     const EdgeOp& op = GetParam();
     const uint32_t minWidth = op.layout == Layout::Interleaved ? 2 : 1;
     std::mt19937 rng(1234);
-    std::vector<ombrix_test::ImageGeometry> shapes = ombrix_test::comparisonGeometries(minWidth, 1, 99, 60);
+    std::vector<ImageGeometry> shapes = comparisonGeometries(minWidth, 1, 99, 60);
     // Rows split into chunks of 256 interior pixels: exact multiples, and
     // short last chunks on either side of one vector step.
     for (uint32_t w : {17u, 18u, 19u, 257u, 258u, 259u, 260u, 272u, 273u, 274u, 275u, 514u, 531u})
         shapes.push_back({w, 4, static_cast<uint32_t>(rng() % 5), static_cast<uint32_t>(rng() % 5), rng() % 16,
                           rng() % 16});
     int index = 0;
-    for (const ombrix_test::ImageGeometry& g : shapes) {
+    for (const ImageGeometry& g : shapes) {
         SCOPED_TRACE(::testing::Message() << g);
         Source src(g.width, g.height, g.srcPadding, g.srcOffset, op.floatSource);
         fillRandom(src, rng, index++ % 2);
@@ -347,44 +300,24 @@ INSTANTIATE_TEST_SUITE_P(Gradients, Edge, ::testing::ValuesIn(kOps),
 
 alignas(16) uint8_t gBytes[4096];
 
+// Every reference and vector variant with each argument broken in turn on
+// an 8x8 image; planar forms also with a null dy plane.
 std::vector<AssertionCase> assertionCases() {
     std::vector<AssertionCase> cases;
+    const char* const kinds[] = {"null source", "null output", "zero width", "zero height", "srcStride one byte short",
+                                 "output stride one byte short", "null dy"};
     for (const EdgeOp& op : kOps) {
-        const uint32_t unit = op.floatSource ? 4 : 1;
-        const uint32_t rowBytes = static_cast<uint32_t>(
-            (op.layout == Layout::Interleaved ? 2 * (8 - 2) : 8) * elementBytes(op.out));
-        struct Violation {
-            const char* what;
-            const void* src;
-            uint32_t width, height, srcStride;
-            void *out0, *out1;
-            uint32_t outStride;
-        };
-        void* o0 = gBytes + 1024;
-        void* o1 = gBytes + 2048;
-        const Violation violations[] = {
-            {"null source", nullptr, 8, 8, 8 * unit, o0, o1, rowBytes},
-            {"null output", gBytes, 8, 8, 8 * unit, nullptr, o1, rowBytes},
-            {"zero width", gBytes, 0, 8, 8 * unit, o0, o1, rowBytes},
-            {"zero height", gBytes, 8, 0, 8 * unit, o0, o1, rowBytes},
-            {"srcStride one byte short", gBytes, 8, 8, 8 * unit - 1, o0, o1, rowBytes},
-            {"output stride one byte short", gBytes, 8, 8, 8 * unit, o0, o1, rowBytes - 1},
-        };
-        for (const Violation& v : violations) {
-            for (int vec = 0; vec < 2; ++vec) {
-                const Call call = vec ? op.vector : op.reference;
-                cases.push_back({std::string(op.name) + (vec ? "V " : "C ") + v.what, [call, v] {
-                                     call(v.src, v.width, v.height, v.srcStride, v.out0, v.out1, v.outStride);
-                                 },
-                                 vec ? "src/lanex/ombrixEdgeV" : "src/cpu/ombrixEdgeC", op.contract});
-            }
-        }
-        if (op.layout == Layout::Planar) {
-            for (int vec = 0; vec < 2; ++vec) {
-                const Call call = vec ? op.vector : op.reference;
-                cases.push_back({std::string(op.name) + (vec ? "V" : "C") + " null dy",
-                                 [call, unit, rowBytes, o0] { call(gBytes, 8, 8, 8 * unit, o0, nullptr, rowBytes); },
-                                 vec ? "src/lanex/ombrixEdgeV" : "src/cpu/ombrixEdgeC", op.contract});
+        const uint32_t srcStride = op.floatSource ? 32 : 8;
+        const uint32_t outStride = static_cast<uint32_t>((op.layout == Layout::Interleaved ? 12 : 8) * elementBytes(op.out));
+        for (int kind = 0; kind < (op.layout == Layout::Planar ? 7 : 6); ++kind) {
+            for (bool vector : {false, true}) {
+                const Call call = vector ? op.vector : op.reference;
+                const auto violate = [call, kind, srcStride, outStride] {
+                    call(kind == 0 ? nullptr : gBytes, kind == 2 ? 0 : 8, kind == 3 ? 0 : 8, srcStride - (kind == 4),
+                         kind == 1 ? nullptr : gBytes + 1024, kind == 6 ? nullptr : gBytes + 2048, outStride - (kind == 5));
+                };
+                cases.push_back({std::string(op.name) + (vector ? "V " : "C ") + kinds[kind], violate,
+                                 moduleOf("Edge", vector), op.contract});
             }
         }
     }
@@ -396,6 +329,6 @@ std::vector<AssertionCase> assertionCases() {
 }
 
 INSTANTIATE_TEST_SUITE_P(Edge, AssertionText, ::testing::ValuesIn(assertionCases()),
-                         ombrix_test::assertionCaseName);
+                         assertionCaseName);
 
 }  // namespace

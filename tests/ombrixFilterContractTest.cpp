@@ -1,17 +1,12 @@
 // Argument contracts of the box filters, dilation, erosion and the global
 // threshold: every reference and vector variant logs the exact expression
-// and exits with status 1, and accepts the smallest valid arguments.
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <string>
-#include <vector>
-
+// and exits with status 1.
 #include "ombrixKernels.h"
 #include "ombrixTestSupport.h"
 
 namespace {
 
+using namespace ombrix_test;
 
 const char kBox3x3[] =
     "src && dst && srcWidth && srcHeight && srcStride && dstStride && ( srcStride >=srcWidth ) && srcWidth > 2 && "
@@ -25,109 +20,80 @@ const char kBox11x11[] =
 const char kMorphology[] = "src && srcWidth && srcHeight && (srcStride >= srcWidth) && dst && (dstStride >= srcWidth)";
 const char kThreshold[] = "src && dst && dstStride && srcStride && (srcStride >=srcWidth) && (signed)threshold >= 0";
 
+// The reference and the vector variants of each filter.
 struct NeighbourhoodContract {
     const char* name;
-    obxNeighbourhoodu8_fn* function;
-    const char* module;
+    std::vector<obxNeighbourhoodu8_fn*> functions;  // C, V(, V2)
+    const char* family;
     const char* expression;
     uint32_t minSize;   // smallest accepted width and height
     bool dstStrideAtLeastWidth;  // the contract bounds dstStride by the width, not only by 0
 };
 
 const NeighbourhoodContract kNeighbourhoodContracts[] = {
-    {"obxBoxFilter3x3u8C", obxBoxFilter3x3u8C, "src/cpu/ombrixSmoothC", kBox3x3, 3, false},
-    {"obxBoxFilter3x3u8V", obxBoxFilter3x3u8V, "src/lanex/ombrixSmoothV", kBox3x3, 3, false},
-    {"obxBoxFilter5x5u8C", obxBoxFilter5x5u8C, "src/cpu/ombrixSmoothC", kBox5x5, 5, false},
-    {"obxBoxFilter5x5u8V", obxBoxFilter5x5u8V, "src/lanex/ombrixSmoothV", kBox5x5, 5, false},
-    {"obxBoxFilter11x11u8C", obxBoxFilter11x11u8C, "src/cpu/ombrixSmoothC", kBox11x11, 11, false},
-    {"obxBoxFilter11x11u8V", obxBoxFilter11x11u8V, "src/lanex/ombrixSmoothV", kBox11x11, 11, false},
-    {"obxBoxFilter11x11u8V2", obxBoxFilter11x11u8V2, "src/lanex/ombrixSmoothV", kBox11x11, 11, false},
-    {"obxFilterDilate3x3u8C", obxFilterDilate3x3u8C, "src/cpu/ombrixFilter1C", kMorphology, 1, true},
-    {"obxFilterDilate3x3u8V", obxFilterDilate3x3u8V, "src/lanex/ombrixFilter1V", kMorphology, 1, true},
-    {"obxFilterErode3x3u8C", obxFilterErode3x3u8C, "src/cpu/ombrixFilter1C", kMorphology, 1, true},
-    {"obxFilterErode3x3u8V", obxFilterErode3x3u8V, "src/lanex/ombrixFilter1V", kMorphology, 1, true},
-};
-
-struct ThresholdContract {
-    const char* name;
-    obxFilterThresholdu8_v2_fn* function;
-    const char* module;
-};
-
-const ThresholdContract kThresholdContracts[] = {
-    {"obxFilterThresholdu8C", obxFilterThresholdu8C, "src/cpu/ombrixThresholdC"},
-    {"obxFilterThresholdu8V", obxFilterThresholdu8V, "src/lanex/ombrixThresholdV"},
+    {"obxBoxFilter3x3u8", {obxBoxFilter3x3u8C, obxBoxFilter3x3u8V}, "Smooth", kBox3x3, 3, false},
+    {"obxBoxFilter5x5u8", {obxBoxFilter5x5u8C, obxBoxFilter5x5u8V}, "Smooth", kBox5x5, 5, false},
+    {"obxBoxFilter11x11u8", {obxBoxFilter11x11u8C, obxBoxFilter11x11u8V, obxBoxFilter11x11u8V2}, "Smooth", kBox11x11,
+     11, false},
+    {"obxFilterDilate3x3u8", {obxFilterDilate3x3u8C, obxFilterDilate3x3u8V}, "Filter1", kMorphology, 1, true},
+    {"obxFilterErode3x3u8", {obxFilterErode3x3u8C, obxFilterErode3x3u8V}, "Filter1", kMorphology, 1, true},
 };
 
 uint8_t gSrc[16 * 16], gDst[16 * 16];
 
-// One row per violated contract: the call, the module and the expression.
-using ombrix_test::AssertionCase;
-using ombrix_test::AssertionText;
+// One violated contract: the arguments after the function; null pointers
+// where `nullSrc` or `nullDst`.
+struct Arguments {
+    const char* what;
+    bool nullSrc, nullDst;
+    uint32_t width, height, srcStride, dstStride, threshold;
+};
 
 std::vector<AssertionCase> assertionCases() {
     std::vector<AssertionCase> cases;
+    auto add = [&cases](const std::string& name, const std::string& module, const char* expression, Arguments a,
+                        auto* f) {
+        cases.push_back({name + " " + a.what, [f, a] {
+            const uint8_t* src = a.nullSrc ? nullptr : gSrc;
+            uint8_t* dst = a.nullDst ? nullptr : gDst;
+            if constexpr (std::is_same_v<decltype(f), obxNeighbourhoodu8_fn*>)
+                f(src, a.width, a.height, a.srcStride, dst, a.dstStride);
+            else
+                f(src, a.width, a.height, a.srcStride, dst, a.dstStride, a.threshold);
+        }, module, expression});
+    };
     for (const NeighbourhoodContract& c : kNeighbourhoodContracts) {
         const uint32_t n = c.minSize;
-        auto add = [&](const char* what, std::function<void(obxNeighbourhoodu8_fn*)> call) {
-            obxNeighbourhoodu8_fn* f = c.function;
-            cases.push_back({std::string(c.name) + " " + what, [f, call] { call(f); }, c.module, c.expression});
-        };
-        add("null src", [n](obxNeighbourhoodu8_fn* f) { f(nullptr, n, n, 16, gDst, 16); });
-        add("null dst", [n](obxNeighbourhoodu8_fn* f) { f(gSrc, n, n, 16, nullptr, 16); });
-        add("zero width", [n](obxNeighbourhoodu8_fn* f) { f(gSrc, 0, n, 16, gDst, 16); });
-        add("zero height", [n](obxNeighbourhoodu8_fn* f) { f(gSrc, n, 0, 16, gDst, 16); });
-        add("srcStride below width", [n](obxNeighbourhoodu8_fn* f) { f(gSrc, n, n, n - 1, gDst, 16); });
-        add("zero srcStride", [n](obxNeighbourhoodu8_fn* f) { f(gSrc, n, n, 0, gDst, 16); });
-        add("zero dstStride", [n](obxNeighbourhoodu8_fn* f) { f(gSrc, n, n, 16, gDst, 0); });
-        if (c.dstStrideAtLeastWidth) {
-            add("dstStride below width", [](obxNeighbourhoodu8_fn* f) { f(gSrc, 5, 5, 16, gDst, 4); });
-        }
+        std::vector<Arguments> violations = {
+            {"null src", true, false, n, n, 16, 16, 0},        {"null dst", false, true, n, n, 16, 16, 0},
+            {"zero width", false, false, 0, n, 16, 16, 0},     {"zero height", false, false, n, 0, 16, 16, 0},
+            {"srcStride below width", false, false, n, n, n - 1, 16, 0},
+            {"zero srcStride", false, false, n, n, 0, 16, 0},  {"zero dstStride", false, false, n, n, 16, 0, 0}};
+        if (c.dstStrideAtLeastWidth) violations.push_back({"dstStride below width", false, false, 5, 5, 16, 4, 0});
         if (n > 1) {
-            add("width one below the kernel", [n](obxNeighbourhoodu8_fn* f) { f(gSrc, n - 1, n, 16, gDst, 16); });
-            add("height one below the kernel", [n](obxNeighbourhoodu8_fn* f) { f(gSrc, n, n - 1, 16, gDst, 16); });
+            violations.push_back({"width one below the kernel", false, false, n - 1, n, 16, 16, 0});
+            violations.push_back({"height one below the kernel", false, false, n, n - 1, 16, 16, 0});
         }
+        for (size_t i = 0; i < c.functions.size(); ++i)
+            for (const Arguments& a : violations)
+                add(std::string(c.name) + (i ? i > 1 ? "V2" : "V" : "C"), moduleOf(c.family, i > 0), c.expression, a,
+                    c.functions[i]);
     }
-    for (const ThresholdContract& c : kThresholdContracts) {
-        auto add = [&](const char* what, std::function<void(obxFilterThresholdu8_v2_fn*)> call) {
-            obxFilterThresholdu8_v2_fn* f = c.function;
-            cases.push_back({std::string(c.name) + " " + what, [f, call] { call(f); }, c.module, kThreshold});
-        };
-        add("null src", [](obxFilterThresholdu8_v2_fn* f) { f(nullptr, 4, 4, 16, gDst, 16, 1); });
-        add("null dst", [](obxFilterThresholdu8_v2_fn* f) { f(gSrc, 4, 4, 16, nullptr, 16, 1); });
-        add("zero dstStride", [](obxFilterThresholdu8_v2_fn* f) { f(gSrc, 4, 4, 16, gDst, 0, 1); });
-        add("zero srcStride", [](obxFilterThresholdu8_v2_fn* f) { f(gSrc, 0, 0, 0, gDst, 16, 1); });
-        add("srcStride below width", [](obxFilterThresholdu8_v2_fn* f) { f(gSrc, 5, 4, 4, gDst, 16, 1); });
-        add("threshold 2^31", [](obxFilterThresholdu8_v2_fn* f) { f(gSrc, 4, 4, 16, gDst, 16, 0x80000000u); });
-        add("threshold 2^32-1", [](obxFilterThresholdu8_v2_fn* f) { f(gSrc, 4, 4, 16, gDst, 16, 0xFFFFFFFFu); });
+    for (bool vector : {false, true}) {
+        const std::string name = vector ? "obxFilterThresholdu8V" : "obxFilterThresholdu8C";
+        for (const Arguments& a : {Arguments{"null src", true, false, 4, 4, 16, 16, 1},
+                                   Arguments{"null dst", false, true, 4, 4, 16, 16, 1},
+                                   Arguments{"zero dstStride", false, false, 4, 4, 16, 0, 1},
+                                   Arguments{"zero srcStride", false, false, 0, 0, 0, 16, 1},
+                                   Arguments{"srcStride below width", false, false, 5, 4, 4, 16, 1},
+                                   Arguments{"threshold 2^31", false, false, 4, 4, 16, 16, 0x80000000u},
+                                   Arguments{"threshold 2^32-1", false, false, 4, 4, 16, 16, 0xFFFFFFFFu}})
+            add(name, moduleOf("Threshold", vector), kThreshold, a, vector ? obxFilterThresholdu8V : obxFilterThresholdu8C);
     }
     return cases;
 }
 
 INSTANTIATE_TEST_SUITE_P(Filter, AssertionText, ::testing::ValuesIn(assertionCases()),
-                         ombrix_test::assertionCaseName);
-
-// The smallest accepted arguments: minimum size, strides equal to the width.
-TEST(FilterContract, SmallestValidArgumentsPass) {
-    for (const NeighbourhoodContract& c : kNeighbourhoodContracts) {
-        const uint32_t n = c.minSize;
-        uint8_t src[11 * 11], dst[11 * 11 + 1];
-        for (uint32_t i = 0; i < n * n; ++i) src[i] = 255;
-        dst[n * n] = 0x5A;
-        c.function(src, n, n, n, dst, n);
-        EXPECT_EQ(dst[n * n], 0x5A) << c.name;
-        // Box filters: the centre sees the whole box; dilation and erosion of a
-        // constant image keep it.
-        EXPECT_EQ(dst[(n / 2) * n + n / 2], 255) << c.name;
-    }
-    for (const ThresholdContract& c : kThresholdContracts) {
-        const uint8_t src[1] = {40};
-        uint8_t dst[1] = {1};
-        c.function(src, 1, 1, 1, dst, 1, 0x7FFFFFFFu);
-        EXPECT_EQ(dst[0], 0) << c.name;
-        c.function(src, 0, 0, 1, dst, 1, 0);  // nothing to write
-        EXPECT_EQ(dst[0], 0) << c.name;
-    }
-}
+                         assertionCaseName);
 
 }  // namespace

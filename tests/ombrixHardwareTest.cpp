@@ -1,26 +1,20 @@
 // The processor-description parser, the hardware bit set and the loader of
 // the override library.
-#include <gtest/gtest.h>
-#include <stdlib.h>
-
-#include <string>
-
 #include "ombrixRuntime.h"
 #include "ombrixTestSupport.h"
 
 namespace {
 
-using ombrix_test::LogCapture;
+using namespace ombrix_test;
 
 struct CpuInfoCase {
     const char* what;
     std::string text;
     uint32_t features;
     uint32_t implementer;
+    uint32_t initial = 0;              // features before the call
+    size_t length = std::string::npos;  // bytes of `text` passed, if fewer
 };
-
-void PrintTo(const CpuInfoCase& c, std::ostream* os) { *os << c.what; }
-
 
 const CpuInfoCase kCpuInfoCases[] = {
     {"typical ARMv7 with NEON",
@@ -47,33 +41,17 @@ const CpuInfoCase kCpuInfoCases[] = {
     {"value runs to the line feed only", "Features\t: vfp\nneon\n", OBX_CPU_VFP, 0},
     {"empty text", "", 0, 0},
     {"key without colon at the end", "Features", 0, 0},
+    {"missing keys leave features unchanged", "Features\t: neon\n", OBX_CPU_ARMV7 | OBX_CPU_NEON, 0, OBX_CPU_ARMV7},
+    {"stops at the given length", "Features\t: vfp neon\n", OBX_CPU_VFP, 0, 0, 15},
 };
 
-class CpuInfo : public ::testing::TestWithParam<CpuInfoCase> {};
-
-TEST_P(CpuInfo, Parse) {
-    const CpuInfoCase& c = GetParam();
-    uint32_t features = 0, implementer = 1234;
-    obxParseCpuInfo(c.text.data(), c.text.size(), &features, &implementer);
-    EXPECT_EQ(features, c.features) << c.what;
-    EXPECT_EQ(implementer, c.implementer) << c.what;
-}
-
-INSTANTIATE_TEST_SUITE_P(Cases, CpuInfo, ::testing::ValuesIn(kCpuInfoCases),
-                         [](const auto& info) { return "case" + std::to_string(info.index); });
-
-TEST(CpuInfoParse, MissingKeysLeaveFeaturesUnchanged) {
-    uint32_t features = OBX_CPU_ARMV7, implementer = 0;
-    const std::string text = "Features\t: neon\n";
-    obxParseCpuInfo(text.data(), text.size(), &features, &implementer);
-    EXPECT_EQ(features, OBX_CPU_ARMV7 | OBX_CPU_NEON);
-}
-
-TEST(CpuInfoParse, StopsAtTheGivenLength) {
-    const std::string text = "Features\t: vfp neon\n";
-    uint32_t features = 0, implementer = 0;
-    obxParseCpuInfo(text.data(), text.find("neon"), &features, &implementer);
-    EXPECT_EQ(features, OBX_CPU_VFP);
+TEST(CpuInfo, Parse) {
+    for (const CpuInfoCase& c : kCpuInfoCases) {
+        uint32_t features = c.initial, implementer = 1234;
+        obxParseCpuInfo(c.text.data(), std::min(c.length, c.text.size()), &features, &implementer);
+        EXPECT_EQ(features, c.features) << c.what;
+        EXPECT_EQ(implementer, c.implementer) << c.what;
+    }
 }
 
 TEST(CpuInfoFile, OnlyTheFirstBlockIsExamined) {
@@ -81,12 +59,12 @@ TEST(CpuInfoFile, OnlyTheFirstBlockIsExamined) {
     while (filler.size() < kCpuInfoReadSize) filler += "processor\t: 0\nBogoMIPS\t: 38.40\n";
     const std::string early = "Features\t: vfp neon\n" + filler + "CPU architecture: 7\n";
     uint32_t features = 0, implementer = 0;
-    ASSERT_TRUE(obxProbeCpuInfoFile(ombrix_test::writeTempFile(early).c_str(), &features, &implementer));
+    ASSERT_TRUE(obxProbeCpuInfoFile(writeTempFile(early).c_str(), &features, &implementer));
     EXPECT_EQ(features, OBX_CPU_VFP | OBX_CPU_NEON);
 
     // A key cut by the end of the block: its value runs to the end of the data.
     std::string cut = filler.substr(0, kCpuInfoReadSize - 18) + "\nFeatures\t: vfp neon\n";
-    ASSERT_TRUE(obxProbeCpuInfoFile(ombrix_test::writeTempFile(cut).c_str(), &features, &implementer));
+    ASSERT_TRUE(obxProbeCpuInfoFile(writeTempFile(cut).c_str(), &features, &implementer));
     EXPECT_EQ(features, OBX_CPU_VFP);
 }
 
@@ -97,16 +75,13 @@ TEST(CpuInfoFile, UnreadableFileGivesNoFeatures) {
     EXPECT_FALSE(obxProbeCpuInfoFile("/", &features, &implementer)) << "a directory fails to read";
 }
 
-struct ComposeCase {
-    bool probed;
-    uint32_t features;
-    uint32_t implementer;
-    const char* platform;
-    uint32_t expected;
-};
-
 TEST(Hardware, Compose) {
-    const ComposeCase cases[] = {
+    const struct {
+        bool probed;
+        uint32_t features, implementer;
+        const char* platform;
+        uint32_t expected;
+    } cases[] = {
         {true, 0, 0, "", 0x2},
         {false, 0, 0, "", 0x0},
         {true, OBX_CPU_NEON, 0, "", 0x6},
@@ -120,20 +95,26 @@ TEST(Hardware, Compose) {
         {true, 0, 0, "KPX3190B", 0x2},
         {true, 0, 0x50, "msm8960", 0x2},
     };
-    for (const ComposeCase& c : cases)
+    for (const auto& c : cases)
         EXPECT_EQ(obxComposeHardware(c.probed, c.features, c.implementer, c.platform), c.expected)
             << c.platform << " features=" << c.features << " implementer=" << c.implementer;
 }
 
 // ---- The override library ---------------------------------------------------
 
+// The log entry has this priority and tag, and this text, or text that
+// starts with it unless `whole`.
+void expectEntry(const LogEntry& e, int priority, const char* tag, const std::string& text, bool whole) {
+    EXPECT_EQ(e.priority, priority);
+    EXPECT_EQ(e.tag, tag);
+    EXPECT_EQ(whole ? e.text : e.text.substr(0, text.size()), text);
+}
+
 TEST(OverrideLibrary, LookupBeforeLoadFailsAndLogs) {
     LogCapture log;
     EXPECT_EQ(obxPlatformOptGetFunc("anything"), nullptr);
     ASSERT_EQ(log.get().size(), 1u);
-    EXPECT_EQ(log.get()[0].priority, 6);
-    EXPECT_EQ(log.get()[0].tag, "ombrix_PLATFORM");
-    EXPECT_EQ(log.get()[0].text.rfind("dlsym for anything failed! \n Error:", 0), 0u) << log.get()[0].text;
+    expectEntry(log.get()[0], 6, "ombrix_PLATFORM", "dlsym for anything failed! \n Error:", false);
     EXPECT_EQ(obxPlatformOptClose(), 0);
 }
 
@@ -142,33 +123,27 @@ TEST(OverrideLibrary, FailedLoadLogsPathAndError) {
     LogCapture log;
     EXPECT_EQ(obxPlatformOptLoad(), -1);
     ASSERT_EQ(log.get().size(), 2u);
-    EXPECT_EQ(log.get()[0].priority, 3);
-    EXPECT_EQ(log.get()[0].tag, "obx");
-    EXPECT_EQ(log.get()[0].text, "Loading from: /nonexistent/libobxopt.so\n");
-    EXPECT_EQ(log.get()[1].priority, 6);
-    EXPECT_EQ(log.get()[1].tag, "ombrix_PLATFORM");
-    EXPECT_EQ(log.get()[1].text.rfind("dlopen for /nonexistent/libobxopt.so failed!\n Error:", 0), 0u);
+    expectEntry(log.get()[0], 3, "obx", "Loading from: /nonexistent/libobxopt.so\n", true);
+    expectEntry(log.get()[1], 6, "ombrix_PLATFORM", "dlopen for /nonexistent/libobxopt.so failed!\n Error:", false);
     unsetenv("OMBRIX_OVERRIDE_LIB");
 }
 
 TEST(OverrideLibrary, LoadLookupAndClose) {
     setenv("OMBRIX_OVERRIDE_LIB", OBX_LIBRARY_PATH, 1);
-    const std::string loaded = std::string("dlopen for ") + OBX_LIBRARY_PATH + " is successfull.\n";
     for (int round = 0; round < 2; ++round) {  // the second load finds it open
         LogCapture log;
         EXPECT_EQ(obxPlatformOptLoad(), 0);
         ASSERT_EQ(log.get().size(), 2u);
-        EXPECT_EQ(log.get()[0].text, std::string("Loading from: ") + OBX_LIBRARY_PATH + "\n");
-        EXPECT_EQ(log.get()[1].priority, 3);
-        EXPECT_EQ(log.get()[1].tag, "ombrix_PLATFORM");
-        EXPECT_EQ(log.get()[1].text, loaded);
+        expectEntry(log.get()[0], 3, "obx", std::string("Loading from: ") + OBX_LIBRARY_PATH + "\n", true);
+        expectEntry(log.get()[1], 3, "ombrix_PLATFORM",
+                    std::string("dlopen for ") + OBX_LIBRARY_PATH + " is successfull.\n", true);
     }
     EXPECT_NE(obxPlatformOptGetFunc("obxGetVersion"), nullptr);
     {
         LogCapture log;
         EXPECT_EQ(obxPlatformOptGetFunc("noSuchFunction"), nullptr);
         ASSERT_EQ(log.get().size(), 1u);
-        EXPECT_NE(log.get()[0].text.find("noSuchFunction"), std::string::npos);
+        expectEntry(log.get()[0], 6, "ombrix_PLATFORM", "dlsym for noSuchFunction failed!", false);
     }
     EXPECT_EQ(obxPlatformOptClose(), 0);
     EXPECT_EQ(obxPlatformOptGetFunc("obxGetVersion"), nullptr);

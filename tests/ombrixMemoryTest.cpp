@@ -32,45 +32,32 @@ void* getAligned(uint32_t size, uint32_t alignment) {
     return obxGetScratchBufferAligned_(size, alignment);
 }
 void release(void* buffer) { obxReleaseScratchBuffer_(buffer); }
+constexpr uint32_t kUnaligned = 0xFFFFFFFF;  // a request through the unaligned slot
 
 // ---- Without the pool ----------------------------------------------------------
 
-TEST(ScratchStandAlone, AlignedBlockCarriesItsOwnHeader) {
-    for (uint32_t alignment : {1u, 2u, 4u, 16u, 64u, 128u}) {
-        uint8_t* buffer = static_cast<uint8_t*>(getAligned(100, alignment));
+// A stand-alone block carries its own header; the buffer starts between
+// header and header + alignment - 1 into the block. An alignment that is not
+// a power of two behaves as 1; an unaligned request follows the header
+// directly. Releasing null or a pointer without a tag does nothing.
+TEST(ScratchStandAlone, BlocksCarryTheirOwnHeader) {
+    for (uint32_t alignment : {1u, 2u, 4u, 16u, 64u, 128u, 12u, 3u, 0u, kUnaligned}) {
+        SCOPED_TRACE(alignment);
+        const bool powerOfTwo = alignment && !(alignment & (alignment - 1));
+        uint8_t* buffer = static_cast<uint8_t*>(alignment == kUnaligned ? obxGetScratchBufferUnaligned_(100)
+                                                                        : getAligned(100, alignment));
         ASSERT_NE(buffer, nullptr);
-        EXPECT_TRUE(alignedTo(buffer, alignment));
         const Header header = headerOf(buffer);
         EXPECT_EQ(header.tag, kScratchTagStandAlone);
-        // The buffer starts between header and header + alignment - 1 into the block.
+        EXPECT_TRUE(alignedTo(buffer, powerOfTwo ? alignment : 1));
         EXPECT_GE(buffer - header.back, static_cast<ptrdiff_t>(kScratchHeaderSize));
-        EXPECT_LE(buffer - header.back, static_cast<ptrdiff_t>(kScratchHeaderSize + alignment - 1));
+        EXPECT_LE(buffer - header.back, static_cast<ptrdiff_t>(kScratchHeaderSize + (powerOfTwo ? alignment - 1 : 0)));
         memset(buffer, 0x5A, 100);
         release(buffer);  // a bad free or leak is a sanitizer failure
     }
-}
-
-TEST(ScratchStandAlone, NonPowerOfTwoAlignmentBehavesAsOne) {
-    for (uint32_t alignment : {12u, 3u, 0u}) {
-        uint8_t* buffer = static_cast<uint8_t*>(getAligned(40, alignment));
-        ASSERT_NE(buffer, nullptr);
-        EXPECT_EQ(buffer - headerOf(buffer).back, static_cast<ptrdiff_t>(kScratchHeaderSize));
-        release(buffer);
-    }
-}
-
-TEST(ScratchStandAlone, UnalignedBufferFollowsTheHeader) {
-    uint8_t* buffer = static_cast<uint8_t*>(obxGetScratchBufferUnaligned_(10));
-    ASSERT_NE(buffer, nullptr);
-    EXPECT_EQ(headerOf(buffer).tag, kScratchTagStandAlone);
-    EXPECT_EQ(buffer - headerOf(buffer).back, static_cast<ptrdiff_t>(kScratchHeaderSize));
-    release(buffer);
-}
-
-TEST(ScratchRelease, NullAndForeignPointersAreIgnored) {
-    release(nullptr);
+    release(nullptr);  // ignored, as is a pointer without a tag
     uint8_t foreign[32] = {};
-    release(foreign + 16);  // tag 0: nothing happens
+    release(foreign + 16);
 }
 
 // ---- With the pool ---------------------------------------------------------------
@@ -107,10 +94,12 @@ TEST_F(ScratchPool, EntryGrowsButNeverShrinks) {
     release(small);
     EXPECT_EQ(obxScratchPoolEntryCapacity(0), 100u);
 
-    void* smaller = getAligned(50, 16);
-    EXPECT_EQ(smaller, small);
-    EXPECT_EQ(obxScratchPoolEntryCapacity(0), 100u);
-    release(smaller);
+    for (uint32_t size : {100u, 50u}) {  // the same size or smaller: the same buffer
+        void* again = getAligned(size, 16);
+        EXPECT_EQ(again, small);
+        EXPECT_EQ(obxScratchPoolEntryCapacity(0), 100u);
+        release(again);
+    }
 
     void* oneMore = getAligned(101, 16);
     EXPECT_EQ(obxScratchPoolEntryCapacity(0), 101u) << "one byte more than the capacity grows it";
@@ -147,18 +136,14 @@ TEST_F(ScratchPool, UnalignedRequestReusesWhateverFits) {
     release(plain);
 }
 
-TEST_F(ScratchPool, SecondInitDoesNotResetThePool) {
-    void* buffer = getAligned(300, 16);
-    ASSERT_NE(buffer, nullptr);
-    release(buffer);
+// A second init keeps the pool; de-init runs once, and init after it
+// starts with empty entries.
+TEST_F(ScratchPool, InitAndDeInitRunOnceEach) {
+    release(getAligned(300, 16));
     EXPECT_EQ(obxMemInit(), 0);
     EXPECT_EQ(obxScratchPoolEntryCapacity(0), 300u);
-}
-
-TEST_F(ScratchPool, DeInitThenInitStartsAfresh) {
-    release(getAligned(300, 16));
     ASSERT_EQ(obxMemDeInit(), 0);
-    EXPECT_EQ(obxMemDeInit(), 0);  // runs once
+    EXPECT_EQ(obxMemDeInit(), 0);
     ASSERT_EQ(obxMemInit(), 0);
     EXPECT_EQ(obxScratchPoolEntryCapacity(0), 0u);
     void* buffer = getAligned(10, 16);

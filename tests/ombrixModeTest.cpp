@@ -1,14 +1,12 @@
-// Mode selection as a function of (mode, hardware bits), and the small
-// management calls of the table.
-#include <gtest/gtest.h>
-#include <stdlib.h>
-#include <string.h>
-
+// Mode selection as a function of (mode, hardware bits), the version string
+// and the mode calls end to end.
 #include "ombrixKernels.h"
 #include "ombrixRuntime.h"
 #include "ombrixTestSupport.h"
 
 namespace {
+
+using namespace ombrix_test;
 
 enum class Table { Reference, Vector, Mixed };
 
@@ -45,150 +43,65 @@ bool remoteSlotsNull() {
     return ok;
 }
 
-constexpr uint32_t P = OBX_HW_PROBED, S = OBX_HW_SIMD, F = OBX_HW_FPU, A = OBX_HW_ARMV7,
-                   Q = OBX_HW_PREFERRED;
-constexpr uint32_t kArmNeon = P | S | F | A;  // a typical ARMv7 core with NEON
-constexpr uint32_t kArmNoNeon = P | F | A;
+constexpr uint32_t P = OBX_HW_PROBED, S = OBX_HW_SIMD, F = OBX_HW_FPU, A = OBX_HW_ARMV7, Q = OBX_HW_PREFERRED;
 
-struct ModeCase {
-    const char* what;
+// A mode value, the mode call's result on suitable hardware, and whether it
+// asks for the vector variants: on a core of the preferred family for the
+// public modes 0 (low power), 1 (performance) and 2 (vector), on any core
+// for the private modes (top bit set) 1 and 4; they are installed only
+// where the SIMD bit is set. Every other public value is the reference
+// mode; the private modes 2, 8, 16, 32, 512 and 1024 are accepted with the
+// reference table and all others refused.
+const struct ModeCase {
     uint32_t mode;
-    uint32_t hw;
     int32_t result;
-    Table table;
+    bool asksVector;
+} kModeCases[] = {
+    {0, 0, true},           {1, 0, true},           {2, 0, true},           {3, 0, false},
+    {4, 0, false},          {1000, 0, false},       {0x7FFFFFFF, 0, false}, {0x80000001, 0, true},
+    {0x80000004, 0, true},  {0x80000002, 0, false}, {0x80000008, 0, false}, {0x80000010, 0, false},
+    {0x80000020, 0, false}, {0x80000200, 0, false}, {0x80000400, 0, false}, {0x80000000, -1, false},
+    {0x80000003, -1, false}, {0x80000005, -1, false}, {0x80000007, -1, false}, {0x80000009, -1, false},
+    {0x8000000F, -1, false}, {0x80000011, -1, false}, {0x8000001F, -1, false}, {0x80000021, -1, false},
+    {0x80000040, -1, false}, {0x800001FF, -1, false}, {0x80000201, -1, false}, {0x800003FF, -1, false},
+    {0x80000401, -1, false}, {0xFFFFFFFF, -1, false},
 };
 
-void PrintTo(const ModeCase& c, std::ostream* os) { *os << c.what; }
-
-
-const ModeCase kModeCases[] = {
-    {"low power, preferred, SIMD", 0, kArmNeon | Q, 0, Table::Vector},
-    {"performance, preferred, SIMD", 1, kArmNeon | Q, 0, Table::Vector},
-    {"vector, preferred, SIMD", 2, kArmNeon | Q, 0, Table::Vector},
-    {"vector, not preferred", 2, kArmNeon, 0, Table::Reference},
-    {"low power, not preferred", 0, kArmNeon, 0, Table::Reference},
-    {"vector, preferred, no SIMD", 2, kArmNoNeon | Q, 0, Table::Reference},
-    {"reference mode 3", 3, kArmNeon | Q, 0, Table::Reference},
-    {"mode 4", 4, kArmNeon | Q, 0, Table::Reference},
-    {"mode 1000", 1000, kArmNeon | Q, 0, Table::Reference},
-    {"largest public mode", 0x7FFFFFFF, kArmNeon | Q, 0, Table::Reference},
-    {"SIMD without FPU is suitable", 2, P | S | Q, 0, Table::Vector},
-    {"not probed counts as suitable", 2, Q, 0, Table::Reference},
-    {"private 1 ignores the family", 0x80000001, kArmNeon, 0, Table::Vector},
-    {"private 4 ignores the family", 0x80000004, kArmNeon, 0, Table::Vector},
-    {"private 1 without SIMD", 0x80000001, kArmNoNeon | Q, 0, Table::Reference},
-    {"private 2", 0x80000002, kArmNeon | Q, 0, Table::Reference},
-    {"private 8", 0x80000008, kArmNeon | Q, 0, Table::Reference},
-    {"private 16", 0x80000010, kArmNeon | Q, 0, Table::Reference},
-    {"private 32", 0x80000020, kArmNeon | Q, 0, Table::Reference},
-    {"private 0 (top bit alone)", 0x80000000, kArmNeon | Q, -1, Table::Reference},
-    {"private 3", 0x80000003, kArmNeon | Q, -1, Table::Reference},
-    {"private 5", 0x80000005, kArmNeon | Q, -1, Table::Reference},
-    {"private 7", 0x80000007, kArmNeon | Q, -1, Table::Reference},
-    {"private 9", 0x80000009, kArmNeon | Q, -1, Table::Reference},
-    {"private 15", 0x8000000F, kArmNeon | Q, -1, Table::Reference},
-    {"private 17", 0x80000011, kArmNeon | Q, -1, Table::Reference},
-    {"private 31", 0x8000001F, kArmNeon | Q, -1, Table::Reference},
-    {"private 33", 0x80000021, kArmNeon | Q, -1, Table::Reference},
-    {"private 64", 0x80000040, kArmNeon | Q, -1, Table::Reference},
-    {"private 511", 0x800001FF, kArmNeon | Q, -1, Table::Reference},
-    {"private 512", 0x80000200, kArmNeon | Q, 0, Table::Reference},
-    {"private 513", 0x80000201, kArmNeon | Q, -1, Table::Reference},
-    {"private 1023", 0x800003FF, kArmNeon | Q, -1, Table::Reference},
-    {"private 1024", 0x80000400, kArmNeon | Q, 0, Table::Reference},
-    {"private 1025", 0x80000401, kArmNeon | Q, -1, Table::Reference},
-    {"largest private", 0xFFFFFFFF, kArmNeon | Q, -1, Table::Reference},
-};
-
-class ModeTable : public ::testing::TestWithParam<ModeCase> {};
-
-// Each case starts from the accelerated table so that a reset is visible.
-TEST_P(ModeTable, ResultAndInstalledImplementations) {
-    const ModeCase& c = GetParam();
-    obxTableInstallVectorVariants();
-    dirtyRemoteSlots();
-    EXPECT_EQ(obxApplyOperationMode(static_cast<obxOperationMode>(c.mode), c.hw), c.result);
-    EXPECT_EQ(tableState(), c.table);
-    EXPECT_TRUE(remoteSlotsNull());
-    obxTableResetToReferences();
-}
-
-INSTANTIATE_TEST_SUITE_P(Modes, ModeTable, ::testing::ValuesIn(kModeCases),
-                         [](const auto& info) { return "case" + std::to_string(info.index); });
-
-// Hardware that has run detection and found neither FPU nor SIMD is refused
-// by both mode calls, whatever the other bits, and the table is untouched.
-TEST(ModeHardware, UnsuitableHardwareLeavesTableAsItWas) {
-    const uint32_t modes[] = {0, 1, 2, 3, 0x80000001, 0x80000003, 0x80000400};
-    for (uint32_t others : {0u, A, Q, A | Q}) {
-        for (uint32_t mode : modes) {
-            for (bool vectorBefore : {false, true}) {
-                if (vectorBefore)
-                    obxTableInstallVectorVariants();
-                else
-                    obxTableResetToReferences();
-                dirtyRemoteSlots();
-                const auto m = static_cast<obxOperationMode>(mode);
-                EXPECT_EQ(obxApplyOperationMode(m, P | others), 999);
-                EXPECT_EQ(obxApplyOperationModeRemoteLib(m, P | others), 999);
-                EXPECT_EQ(tableState(), vectorBefore ? Table::Vector : Table::Reference);
-                EXPECT_FALSE(remoteSlotsNull());
-            }
-        }
-    }
-    obxTableResetToReferences();
-}
-
-// Over every combination of the five hardware bits: 999 exactly for the
-// unsuitable ones; otherwise remote slots are cleared and vector variants are
-// installed only with the SIMD bit.
-TEST(ModeHardware, EveryHardwareCombination) {
+// Every mode over every combination of the five hardware bits, from both
+// tables and through both mode calls: hardware that has run detection and
+// found neither FPU nor SIMD gets 999 and an untouched table, remote slots
+// included. Otherwise the remote slots are cleared; the mode call resets
+// the table and installs what the mode asks for, and the remote mode call
+// never re-points a slot and never refuses a mode.
+TEST(Mode, EveryModeOnEveryHardwareCombination) {
     const uint32_t bits[] = {P, S, F, A, Q};
     for (uint32_t combo = 0; combo < 32; ++combo) {
         uint32_t hw = 0;
         for (int b = 0; b < 5; ++b)
             if (combo & (1u << b)) hw |= bits[b];
         const bool unsuitable = (hw & P) && !(hw & (F | S));
-        for (uint32_t mode : {0u, 1u, 2u, 3u, 0x80000001u, 0x80000004u}) {
-            SCOPED_TRACE(::testing::Message() << "hw=0x" << std::hex << hw << " mode=0x" << mode);
-            obxTableResetToReferences();
-            dirtyRemoteSlots();
-            const int32_t result = obxApplyOperationMode(static_cast<obxOperationMode>(mode), hw);
-            if (unsuitable) {
-                EXPECT_EQ(result, 999);
-                continue;
+        for (const ModeCase& c : kModeCases) {
+            for (bool remote : {false, true}) {
+                for (bool vectorBefore : {false, true}) {
+                    SCOPED_TRACE(::testing::Message() << "hw=0x" << std::hex << hw << " mode=0x" << c.mode
+                                                      << (remote ? " remote" : "") << (vectorBefore ? " from vector" : ""));
+                    if (vectorBefore)
+                        obxTableInstallVectorVariants();
+                    else
+                        obxTableResetToReferences();
+                    dirtyRemoteSlots();
+                    const auto m = static_cast<obxOperationMode>(c.mode);
+                    const int32_t result = remote ? obxApplyOperationModeRemoteLib(m, hw) : obxApplyOperationMode(m, hw);
+                    EXPECT_EQ(result, unsuitable ? 999 : remote ? 0 : c.result);
+                    EXPECT_EQ(remoteSlotsNull(), !unsuitable);
+                    const bool asks = c.asksVector && ((c.mode & 0x80000000u) || (hw & Q));
+                    const bool vectorAfter = unsuitable || remote ? vectorBefore : asks && (hw & S);
+                    EXPECT_EQ(tableState(), vectorAfter ? Table::Vector : Table::Reference);
+                }
             }
-            EXPECT_EQ(result, 0);
-            EXPECT_TRUE(remoteSlotsNull());
-            const bool asksVector = (mode <= 2 && (hw & Q)) || mode >= 0x80000000u;
-            EXPECT_EQ(tableState(), asksVector && (hw & S) ? Table::Vector : Table::Reference);
         }
     }
     obxTableResetToReferences();
-}
-
-TEST(ModeRemote, NeverRepointsAndNeverRejects) {
-    for (uint32_t mode : {0u, 1u, 2u, 3u, 0x80000000u, 0x80000003u, 0x80000201u, 0xFFFFFFFFu}) {
-        for (bool vectorBefore : {false, true}) {
-            if (vectorBefore)
-                obxTableInstallVectorVariants();
-            else
-                obxTableResetToReferences();
-            dirtyRemoteSlots();
-            EXPECT_EQ(obxApplyOperationModeRemoteLib(static_cast<obxOperationMode>(mode), kArmNeon | Q), 0);
-            EXPECT_EQ(tableState(), vectorBefore ? Table::Vector : Table::Reference);
-            EXPECT_TRUE(remoteSlotsNull());
-        }
-    }
-    obxTableResetToReferences();
-}
-
-TEST(Table, InitialStateIsAllReference) {
-    EXPECT_EQ(tableState(), Table::Reference);
-    EXPECT_TRUE(remoteSlotsNull());
-    EXPECT_EQ(*ppobxCopy, obxCopyC);
-    EXPECT_EQ(ppobxCopy, &obxCopy_);
-    EXPECT_EQ(ppprobeZ9Time, &probeZ9Time_);
 }
 
 TEST(Table, ScratchSlotsAreNeverRewritten) {
@@ -200,14 +113,12 @@ TEST(Table, ScratchSlotsAreNeverRewritten) {
     EXPECT_EQ(obxReleaseScratchBuffer_, obxScratchRelease);
 }
 
-struct VersionCase {
-    uint32_t length;
-    const char* expected;  // null: every byte of the buffer is zero
-};
-
 TEST(Version, WritesWholeStringOrZeroes) {
-    const VersionCase cases[] = {{6, "1.2.2"}, {32, "1.2.2"}, {5, nullptr}, {1, nullptr}};
-    for (const VersionCase& c : cases) {
+    const struct {
+        uint32_t length;
+        const char* expected;  // null: every byte of the buffer is zero
+    } cases[] = {{6, "1.2.2"}, {32, "1.2.2"}, {5, nullptr}, {1, nullptr}};
+    for (const auto& c : cases) {
         char buffer[40];
         memset(buffer, 'x', sizeof buffer);
         obxGetVersion(buffer, c.length);
@@ -222,21 +133,10 @@ TEST(Version, WritesWholeStringOrZeroes) {
     obxGetVersion(nullptr, 6);  // no effect, no crash
 }
 
-TEST(Management, FlagsAndEmptyCalls) {
-    obxDisableFuzzingTest(1);
-    EXPECT_EQ(obxFuzzingDisable, 1u);
-    obxDisableFuzzingTest(0);
-    EXPECT_EQ(obxFuzzingDisable, 0u);
-    obxCleanUp();
-    obxSelectZDSP9Mode();
-    EXPECT_EQ(tableState(), Table::Reference);
-}
-
 // The entry points below read the real hardware probe, which runs once per
 // process; each case runs in a child process with its own environment.
 void expectChildSucceeds(void (*body)()) {
-    EXPECT_EXIT({ body(); exit(::testing::Test::HasFailure() ? 1 : 0); },
-                ::testing::ExitedWithCode(0), "");
+    EXPECT_EXIT({ body(); exit(::testing::Test::HasFailure() ? 1 : 0); }, ::testing::ExitedWithCode(0), "");
 }
 
 const char kNeonCpuInfo[] =
@@ -244,14 +144,41 @@ const char kNeonCpuInfo[] =
     "Features\t: half thumb fastmult vfp edsp neon vfpv3 tls vfpd32\n"
     "CPU implementer\t: 0x51\nCPU architecture: 7\n";
 
-TEST(ModeEndToEnd, PreferredNeonCoreInstallsVectorVariants) {
+// On a NEON core of the preferred family: the vector mode installs the
+// vector variants and the reference mode puts the references back; every
+// mode call reads the log switch from its property; the remote library's
+// initialisation sets its flag and clears the remote slots without
+// re-pointing a slot.
+TEST(ModeEndToEnd, PreferredNeonCore) {
     expectChildSucceeds([] {
-        setenv("OMBRIX_CPUINFO", ombrix_test::writeTempFile(kNeonCpuInfo).c_str(), 1);
+        setenv("OMBRIX_CPUINFO", writeTempFile(kNeonCpuInfo).c_str(), 1);
         EXPECT_EQ(obxAvailableHardware(), P | S | F | A | Q);
         EXPECT_EQ(obxSetOperationMode(OBX_MODE_VECTOR), 0);
         EXPECT_EQ(obxCopy_, obxCopyV);
         EXPECT_EQ(obxSetOperationMode(OBX_MODE_REFERENCE), 0);
         EXPECT_EQ(obxCopy_, obxCopyC);
+        const struct {
+            const char* value;  // null: property absent
+            uint8_t expected;
+        } cases[] = {{"1", 1}, {"0", 0}, {"12abc", 1}, {"abc", 0}, {"", 0}, {nullptr, 0}, {"-3", 1}};
+        for (const auto& c : cases) {
+            if (c.value)
+                setenv("OMBRIX_PROP_runtime_ombrix_libLogPrint", c.value, 1);
+            else
+                unsetenv("OMBRIX_PROP_runtime_ombrix_libLogPrint");
+            for (auto* setMode : {obxSetOperationMode, obxSetOperationModeRemoteLib}) {
+                libLogPrint = 7;
+                setMode(OBX_MODE_REFERENCE);
+                EXPECT_EQ(libLogPrint, c.expected) << (c.value ? c.value : "(absent)");
+            }
+        }
+        obxSetOperationMode(OBX_MODE_VECTOR);
+        obxCopyR_ = obxCopyC;
+        uint8_t* flag = obxInitRemoteLib(OBX_MODE_PERFORMANCE);
+        EXPECT_EQ(flag, &useRemoteLanex);
+        EXPECT_EQ(*flag, 1);
+        EXPECT_EQ(obxCopyR_, nullptr);
+        EXPECT_EQ(obxCopy_, obxCopyV) << "the remote mode call never re-points a slot";
     });
 }
 
@@ -263,41 +190,6 @@ TEST(ModeEndToEnd, UnreadableCpuInfoGives999) {
         EXPECT_EQ(obxSetOperationModeRemoteLib(OBX_MODE_VECTOR), 999);
         setenv("OMBRIX_PROP_ro_board_platform", "kpx3190b", 1);
         EXPECT_EQ(obxAvailableHardware(), P | Q);
-    });
-}
-
-TEST(ModeEndToEnd, LogSwitchFollowsTheProperty) {
-    expectChildSucceeds([] {
-        setenv("OMBRIX_CPUINFO", ombrix_test::writeTempFile(kNeonCpuInfo).c_str(), 1);
-        const struct {
-            const char* value;  // null: property absent
-            uint8_t expected;
-        } cases[] = {{"1", 1}, {"0", 0}, {"12abc", 1}, {"abc", 0}, {"", 0}, {nullptr, 0}, {"-3", 1}};
-        for (const auto& c : cases) {
-            if (c.value)
-                setenv("OMBRIX_PROP_runtime_ombrix_libLogPrint", c.value, 1);
-            else
-                unsetenv("OMBRIX_PROP_runtime_ombrix_libLogPrint");
-            libLogPrint = 7;
-            obxSetOperationMode(OBX_MODE_REFERENCE);
-            EXPECT_EQ(libLogPrint, c.expected) << (c.value ? c.value : "(absent)");
-            libLogPrint = 7;
-            obxSetOperationModeRemoteLib(OBX_MODE_REFERENCE);
-            EXPECT_EQ(libLogPrint, c.expected);
-        }
-    });
-}
-
-TEST(ModeEndToEnd, InitRemoteLibSetsItsFlag) {
-    expectChildSucceeds([] {
-        setenv("OMBRIX_CPUINFO", ombrix_test::writeTempFile(kNeonCpuInfo).c_str(), 1);
-        obxSetOperationMode(OBX_MODE_VECTOR);
-        obxCopyR_ = obxCopyC;
-        uint8_t* flag = obxInitRemoteLib(OBX_MODE_PERFORMANCE);
-        EXPECT_EQ(flag, &useRemoteLanex);
-        EXPECT_EQ(*flag, 1);
-        EXPECT_EQ(obxCopyR_, nullptr);
-        EXPECT_EQ(obxCopy_, obxCopyV) << "the remote mode call never re-points a slot";
     });
 }
 

@@ -1,34 +1,34 @@
-// Box filters: hand-checked values, and every vector variant against its
+// Box filters: hand-checked values, every implementation against a direct
+// evaluation of the definition, and every vector variant against its
 // reference.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "ombrixKernels.h"
-#include "ombrixNeighbourhoodCompare.h"
+#include "ombrixTestSupport.h"
 
 namespace {
 
-using ombrix_test::GuardedImage;
+using namespace ombrix_test;
 
 struct BoxImplementation {
     const char* name;
     obxNeighbourhoodu8_fn* filter;
     uint32_t size;  // n of the n x n box
+    obxNeighbourhoodu8_fn* reference;  // null for a reference
 };
 
 void PrintTo(const BoxImplementation& p, std::ostream* os) { *os << p.name; }
 
 const BoxImplementation kBoxImplementations[] = {
-    {"obxBoxFilter3x3u8C", obxBoxFilter3x3u8C, 3},
-    {"obxBoxFilter3x3u8V", obxBoxFilter3x3u8V, 3},
-    {"obxBoxFilter5x5u8C", obxBoxFilter5x5u8C, 5},
-    {"obxBoxFilter5x5u8V", obxBoxFilter5x5u8V, 5},
-    {"obxBoxFilter11x11u8C", obxBoxFilter11x11u8C, 11},
-    {"obxBoxFilter11x11u8V", obxBoxFilter11x11u8V, 11},
-    {"obxBoxFilter11x11u8V2", obxBoxFilter11x11u8V2, 11},
+    {"obxBoxFilter3x3u8C", obxBoxFilter3x3u8C, 3, nullptr},
+    {"obxBoxFilter3x3u8V", obxBoxFilter3x3u8V, 3, obxBoxFilter3x3u8C},
+    {"obxBoxFilter5x5u8C", obxBoxFilter5x5u8C, 5, nullptr},
+    {"obxBoxFilter5x5u8V", obxBoxFilter5x5u8V, 5, obxBoxFilter5x5u8C},
+    {"obxBoxFilter11x11u8C", obxBoxFilter11x11u8C, 11, nullptr},
+    {"obxBoxFilter11x11u8V", obxBoxFilter11x11u8V, 11, obxBoxFilter11x11u8C},
+    {"obxBoxFilter11x11u8V2", obxBoxFilter11x11u8V2, 11, obxBoxFilter11x11u8C},
 };
+
+// The reciprocal 65536 / (n * n), rounded up, of each size.
+uint32_t reciprocal(uint32_t n) { return n == 3 ? 7282 : n == 5 ? 2621 : 542; }
 
 class BoxFilter : public ::testing::TestWithParam<BoxImplementation> {};
 
@@ -48,117 +48,99 @@ TEST_P(BoxFilter, ConstantWhiteIsDarkerAtTheZeroPaddedBorder) {
     const uint32_t r = box.size / 2;
     // Interior: n*n*255 * reciprocal + 32768 >> 16 is 255 for every size
     // (2295 * 7282, 6375 * 2621 and 30855 * 542 all land in [255, 256) * 65536).
-    EXPECT_EQ(at(r, r), 255);
-    EXPECT_EQ(at(width - 1 - r, height - 1 - r), 255);
-    struct Expected {
-        uint32_t corner, edge;  // corner: (r+1)^2 pixels inside; edge: (r+1)*n inside
-    };
+    const uint32_t w = width - 1, h = height - 1;
+    for (const auto& [x, y] : {std::pair<uint32_t, uint32_t>{r, r}, {w - r, h - r}}) EXPECT_EQ(at(x, y), 255);
+    // Corners have (r+1)^2 pixels inside, edges (r+1)*n:
     // 3x3: 4 * 255 = 1020 -> 1020 * 7282 + 32768 >> 16 = 113; 6 * 255 = 1530 -> 170.
     // 5x5: 9 * 255 = 2295 -> 2295 * 2621 + 32768 >> 16 = 92; 15 * 255 = 3825 -> 153.
     // 11x11: 36 * 255 = 9180 -> 9180 * 542 + 32768 >> 16 = 76; 66 * 255 = 16830 -> 139.
-    const Expected expected = box.size == 3 ? Expected{113, 170} : box.size == 5 ? Expected{92, 153} : Expected{76, 139};
-    EXPECT_EQ(at(0, 0), expected.corner);
-    EXPECT_EQ(at(width - 1, 0), expected.corner);
-    EXPECT_EQ(at(0, height - 1), expected.corner);
-    EXPECT_EQ(at(width - 1, height - 1), expected.corner);
-    EXPECT_EQ(at(r, 0), expected.edge);          // top edge, full width of the box inside
-    EXPECT_EQ(at(0, r), expected.edge);          // left edge
-    EXPECT_EQ(at(width - 1, r), expected.edge);  // right edge
-    EXPECT_EQ(at(r + 1, height - 1), expected.edge);
+    const int corner = box.size == 3 ? 113 : box.size == 5 ? 92 : 76;
+    const int edge = box.size == 3 ? 170 : box.size == 5 ? 153 : 139;
+    for (const auto& [x, y] : {std::pair<uint32_t, uint32_t>{0, 0}, {w, 0}, {0, h}, {w, h}})
+        EXPECT_EQ(at(x, y), corner) << x << "," << y;
+    for (const auto& [x, y] : {std::pair<uint32_t, uint32_t>{r, 0}, {0, r}, {w, r}, {r + 1, h}})
+        EXPECT_EQ(at(x, y), edge) << x << "," << y;
 }
 
-TEST_P(BoxFilter, KeepsTheInexactReciprocal) {
+// Window sums whose product with the reciprocal lands on or next to a half
+// (65536 * k + 32768), and the reciprocal's own inexactness. An image n rows
+// high of `base`, with the first `count` pixels of the n x n window around
+// its middle pixel set to `value`; n wide (a vector variant's scalar rows)
+// and 2 n + 16 wide (whole vector steps).
+struct RoundingCase {
+    uint32_t n;
+    uint8_t base;
+    uint32_t count;
+    uint8_t value, expected;
+};
+const RoundingCase kRoundingCases[] = {
+    // 3x3: no sum up to 2295 lands within 3132 of a half; these are the closest.
+    {3, 0, 5, 1, 1},        // 5 * 7282 = 36410 = 0.5556 * 65536: up to 1
+    {3, 254, 4, 255, 254},  // 2290 * 7282 = 16675780 = 254.4522 * 65536: down
+    {3, 101, 8, 102, 102},  // 917 * 7282 = 6677594 = 101.8920 * 65536
+    {3, 0, 1, 255, 28},     // 255 * 7282 = 1856910 = 28.3342 * 65536
+    // 5x5: 2963 * 2621 = 7766023 = 118.5001 * 65536 (7 above a half): 119;
+    // 2988 * 2621 = 7831548 = 119.4999 * 65536 (4 below): 119, though 2988 / 25 = 119.52.
+    {5, 118, 13, 119, 119},
+    {5, 119, 13, 120, 119},
+    // 11x11: 16384 * 542 = 8880128 = 135.5 * 65536 exactly: the tie rounds up to 136.
+    {11, 135, 49, 136, 136},
+    {11, 241, 40, 242, 241},  // 29201 * 542 = 15826942 = 241.49997 * 65536 (2 below)
+    {11, 29, 58, 30, 30},     // 3567 * 542 = 1933314 = 29.50003 * 65536 (2 above)
+    {11, 6, 60, 7, 7},        // 786 * 542 = 426012 = 6.5004 * 65536, though 786 / 121 = 6.496
+};
+
+TEST_P(BoxFilter, WindowSumsNextToAHalf) {
     const BoxImplementation& box = GetParam();
-    const uint32_t n = box.size, centre = n / 2;
-    // Whole box inside an n x n image, centred on (centre, centre):
-    // 3x3: 9 * 100 + 17 = 917 -> 917 * 7282 + 32768 >> 16 = 102 (917 / 9 = 101.9);
-    // 5x5: 24 * 120 + 108 = 2988 -> 2988 * 2621 + 32768 >> 16 = 119 (2988 / 25 = 119.52 rounds to 120);
-    // 11x11: 120 * 6 + 66 = 786 -> 786 * 542 + 32768 >> 16 = 7 (786 / 121 = 6.496 rounds to 6).
-    const uint8_t base = n == 3 ? 100 : n == 5 ? 120 : 6;
-    const uint8_t extra = n == 3 ? 117 : n == 5 ? 108 : 66;
-    const int expected = n == 3 ? 102 : n == 5 ? 119 : 7;
-    std::vector<uint8_t> src(n * n, base);
-    src[0] = extra;
-    EXPECT_EQ(run(box, src, n, n)[centre * n + centre], expected);
+    for (const RoundingCase& c : kRoundingCases) {
+        if (c.n != box.size) continue;
+        for (uint32_t width : {c.n, 2 * c.n + 16}) {
+            std::vector<uint8_t> src(width * c.n, c.base);
+            for (uint32_t i = 0; i < c.count; ++i) src[i / c.n * width + width / 2 - c.n / 2 + i % c.n] = c.value;
+            EXPECT_EQ(run(box, src, width, c.n)[c.n / 2 * width + width / 2], c.expected)
+                << width << " wide, sum " << c.n * c.n * c.base + c.count * (c.value - c.base);
+        }
+    }
 }
 
-TEST_P(BoxFilter, OddWidthsAndStridesTouchOnlyThePixels) {
+// Every pixel, border included: the sum of its n x n neighbourhood inside
+// the image times the reciprocal, plus 32768, shifted right by 16. Widths
+// beyond the column strips of both implementations (512 and 1024 columns)
+// check the strip bookkeeping they share.
+TEST_P(BoxFilter, FollowsTheDefinition) {
     const BoxImplementation& box = GetParam();
-    for (uint32_t width = box.size; width < box.size + 37; width += 3) {
+    const int n = static_cast<int>(box.size), r = n / 2;
+    std::mt19937 rng(77 + n);
+    std::vector<uint32_t> widths = {1023, 1024, 1025, 2100, 2048 + box.size};
+    for (uint32_t w = box.size; w < box.size + 37; w += 3) widths.push_back(w);
+    for (uint32_t width : widths) {
         const uint32_t height = box.size + 2;
         GuardedImage<uint8_t> src(width, height, width + 7, 3), dst(width, height, width + 5, 1);
-        src.fill(255);
+        src.fillRandom(rng);
         box.filter(src.data(), width, height, src.stride(), dst.data(), dst.stride());
-        EXPECT_TRUE(dst.guardsIntact()) << width;
-        EXPECT_EQ(dst.at(width / 2, height / 2), 255) << width;
-        EXPECT_LT(dst.at(width - 1, height / 2), 255) << width;
+        ASSERT_TRUE(dst.guardsIntact()) << width;
+        for (int y = 0; y < static_cast<int>(height); ++y)
+            for (int x = 0; x < static_cast<int>(width); ++x) {
+                uint32_t sum = 0;
+                for (int j = std::max(0, y - r); j <= std::min<int>(height - 1, y + r); ++j)
+                    for (int i = std::max(0, x - r); i <= std::min<int>(width - 1, x + r); ++i) sum += src.at(i, j);
+                ASSERT_EQ(dst.at(x, y), (sum * reciprocal(box.size) + 32768) >> 16) << width << " at " << x << "," << y;
+            }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Implementations, BoxFilter, ::testing::ValuesIn(kBoxImplementations),
-                         [](const auto& info) { return std::string(info.param.name); });
-
-// A single bright pixel spreads over the n x n block around it, each pixel
-// getting 255 / (n * n) rounded through the reciprocal.
-TEST(BoxFilterReference, SinglePixelSpreadsOverItsBox) {
-    const uint32_t width = 9, height = 7;
-    std::vector<uint8_t> src(width * height, 0), dst(width * height, 0x5A);
-    src[3 * width + 4] = 255;
-    obxBoxFilter3x3u8C(src.data(), width, height, width, dst.data(), width);
-    // 255 * 7282 + 32768 >> 16 = 28.
-    for (uint32_t y = 0; y < height; ++y)
-        for (uint32_t x = 0; x < width; ++x) {
-            const bool inBox = y >= 2 && y <= 4 && x >= 3 && x <= 5;
-            EXPECT_EQ(dst[y * width + x], inBox ? 28 : 0) << x << "," << y;
-        }
-}
-
-struct VectorPair {
-    const char* name;
-    obxNeighbourhoodu8_fn *reference, *vector;
-    uint32_t size;
-};
-
-void PrintTo(const VectorPair& p, std::ostream* os) { *os << p.name; }
-
-const VectorPair kVectorPairs[] = {
-    {"obxBoxFilter3x3u8V", obxBoxFilter3x3u8C, obxBoxFilter3x3u8V, 3},
-    {"obxBoxFilter5x5u8V", obxBoxFilter5x5u8C, obxBoxFilter5x5u8V, 5},
-    {"obxBoxFilter11x11u8V", obxBoxFilter11x11u8C, obxBoxFilter11x11u8V, 11},
-    {"obxBoxFilter11x11u8V2", obxBoxFilter11x11u8C, obxBoxFilter11x11u8V2, 11},
-};
-
-class BoxFilterVector : public ::testing::TestWithParam<VectorPair> {};
+class BoxFilterVector : public BoxFilter {};
 
 TEST_P(BoxFilterVector, MatchesReference) {
-    const VectorPair& p = GetParam();
-    ombrix_test::expectSameAsReference(p.reference, p.vector, p.size, p.size, 3000 + p.size);
+    const BoxImplementation& box = GetParam();
+    expectSameAsReference(box.reference, box.filter, box.size, box.size, 3000 + box.size);
 }
 
-// Wider than the column strips that both implementations work in.
-TEST_P(BoxFilterVector, MatchesReferenceOnWideImages) {
-    const VectorPair& p = GetParam();
-    std::mt19937 rng(77);
-    for (uint32_t width : {1023u, 1024u, 1025u, 1030u, 2100u, 2048u + p.size}) {
-        const uint32_t height = p.size + 3;
-        GuardedImage<uint8_t> src(width, height, width + 5, 1);
-        src.fillRandom(rng);
-        GuardedImage<uint8_t> expected(width, height, width + 3, 2), actual(width, height, width + 3, 2);
-        p.reference(src.data(), width, height, src.stride(), expected.data(), expected.stride());
-        p.vector(src.data(), width, height, src.stride(), actual.data(), actual.stride());
-        EXPECT_EQ(ombrix_test::pixelDifference(expected, actual), "") << width;
-        EXPECT_TRUE(actual.guardsIntact()) << width;
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Variants, BoxFilterVector, ::testing::ValuesIn(kVectorPairs),
-                         [](const auto& info) { return std::string(info.param.name); });
-
-TEST(BoxFilterSlots, StartOnTheReferences) {
-    EXPECT_EQ(*ppobxBoxFilter3x3u8, &obxBoxFilter3x3u8C);
-    EXPECT_EQ(*ppobxBoxFilter5x5u8, &obxBoxFilter5x5u8C);
-    EXPECT_EQ(*ppobxBoxFilter11x11u8, &obxBoxFilter11x11u8C);
-    EXPECT_NE(&obxBoxFilter11x11u8V, &obxBoxFilter11x11u8V2);
-}
+const auto boxName = [](const auto& info) { return std::string(info.param.name); };
+INSTANTIATE_TEST_SUITE_P(Implementations, BoxFilter, ::testing::ValuesIn(kBoxImplementations), boxName);
+INSTANTIATE_TEST_SUITE_P(Variants, BoxFilterVector,
+                         ::testing::Values(kBoxImplementations[1], kBoxImplementations[3], kBoxImplementations[5],
+                                           kBoxImplementations[6]),
+                         boxName);
 
 }  // namespace

@@ -1,17 +1,23 @@
 // Helpers shared by the test suites: captured log entries, guarded output
-// buffers, seeded random data and expected assertion messages.
+// buffers, seeded random data, the comparison of a u8 image operation with
+// its reference, and expected assertion messages. The suites take the
+// standard headers below from here.
 #ifndef OMBRIX_TEST_SUPPORT_H
 #define OMBRIX_TEST_SUPPORT_H
 
 #include <gtest/gtest.h>
 #include <stdint.h>
+#include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <functional>
 #include <ostream>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ombrixPlatform.h"
@@ -62,11 +68,10 @@ public:
     size_t size() const { return size_; }
     // True when no byte outside [data, data + size) has changed.
     bool guardsIntact() const {
-        for (const uint8_t* p = storage_.data(); p < data_; ++p)
-            if (*p != kSentinel) return false;
-        for (const uint8_t* p = data_ + size_; p < storage_.data() + storage_.size(); ++p)
-            if (*p != kSentinel) return false;
-        return true;
+        return untouched(storage_.data(), data_) && untouched(data_ + size_, storage_.data() + storage_.size());
+    }
+    static bool untouched(const uint8_t* begin, const uint8_t* end) {
+        return end <= begin || std::all_of(begin, end, [](uint8_t b) { return b == kSentinel; });
     }
 
 private:
@@ -126,11 +131,9 @@ public:
     // padding at the end of every row.
     bool guardsIntact() const {
         if (!buffer_.guardsIntact()) return false;
-        const size_t rowBytes = sizeof(T) * width_;
         for (uint32_t y = 0; y < height_; ++y) {
-            const uint8_t* padding = buffer_.data() + static_cast<size_t>(y) * stride_ + rowBytes;
-            for (size_t i = rowBytes; i < stride_; ++i)
-                if (padding[i - rowBytes] != GuardedBuffer::kSentinel) return false;
+            const uint8_t* row = buffer_.data() + static_cast<size_t>(y) * stride_;
+            if (!GuardedBuffer::untouched(row + sizeof(T) * width_, row + stride_)) return false;
         }
         return true;
     }
@@ -184,8 +187,51 @@ inline std::vector<ImageGeometry> comparisonGeometries(uint32_t minWidth, uint32
     return shapes;
 }
 
+// A u8 -> u8 image operation: src, width, height, srcStride, dst, dstStride.
+using ImageCall = std::function<void(const uint8_t*, uint32_t, uint32_t, uint32_t, uint8_t*, uint32_t)>;
+
+// Runs `reference` and `candidate` on every shape of comparisonGeometries(),
+// the contents rotating through random, sparse (mostly 0 with a few pixels
+// of any value), random, all 0, random and all 255, and expects equal
+// pixels, untouched row padding and guards, and an unchanged source.
+inline void expectSameAsReference(const ImageCall& reference, const ImageCall& candidate, uint32_t minWidth,
+                                  uint32_t minHeight, uint32_t seed, int randomCount = 30) {
+    std::mt19937 rng(seed);
+    size_t index = 0;
+    for (const ImageGeometry& g : comparisonGeometries(minWidth, minHeight, seed, randomCount)) {
+        const int content = static_cast<int>(index++ % 6);
+        SCOPED_TRACE(::testing::Message() << g << ", content " << content);
+        GuardedImage<uint8_t> src(g.width, g.height, g.width + g.srcPadding, g.srcOffset);
+        src.fillRandom(rng);
+        for (uint32_t y = 0; y < g.height && content % 2; ++y)
+            for (uint32_t x = 0; x < g.width; ++x)
+                src.at(x, y) = content == 3 ? 0 : content == 5 ? 255 : rng() % 16 ? 0 : src.at(x, y);
+        GuardedImage<uint8_t> expected(g.width, g.height, g.width + g.dstPadding, g.dstOffset);
+        GuardedImage<uint8_t> actual(g.width, g.height, g.width + g.dstPadding, g.dstOffset);
+        reference(src.data(), g.width, g.height, src.stride(), expected.data(), expected.stride());
+        candidate(src.data(), g.width, g.height, src.stride(), actual.data(), actual.stride());
+        ASSERT_EQ(pixelDifference(expected, actual), "");
+        ASSERT_TRUE(actual.guardsIntact());
+        ASSERT_TRUE(expected.guardsIntact());
+        ASSERT_TRUE(src.guardsIntact());
+    }
+}
+
+// The module an assertion names: src/cpu/ombrix<Family>C for a reference,
+// src/lanex/ombrix<Family>V for a vector variant.
+inline std::string moduleOf(const std::string& family, bool vector) {
+    return vector ? "src/lanex/ombrix" + family + "V" : "src/cpu/ombrix" + family + "C";
+}
+
 // The regular expression matching exactly one assertion log line on stderr.
-std::string assertionPattern(const std::string& module, const std::string& expression);
+inline std::string assertionPattern(const std::string& module, const std::string& expression) {
+    std::string escaped;
+    for (char c : expression) {
+        if (std::string("\\^$.|?*+()[]{}").find(c) != std::string::npos) escaped += '\\';
+        escaped += c;
+    }
+    return "^E/: " + module + "@[0-9]+: " + escaped + " Assertion failed\n$";
+}
 
 // One violated contract: the call, and the module and expression text that
 // its single log line must name. Each family instantiates the one death test
@@ -197,12 +243,21 @@ struct AssertionCase {
     std::string module;
     std::string expression;
 };
-void PrintTo(const AssertionCase& c, std::ostream* os);
-std::string assertionCaseName(const ::testing::TestParamInfo<AssertionCase>& info);
+inline void PrintTo(const AssertionCase& c, std::ostream* os) { *os << c.what; }
+inline std::string assertionCaseName(const ::testing::TestParamInfo<AssertionCase>& info) {
+    return "case" + std::to_string(info.index);
+}
 class AssertionText : public ::testing::TestWithParam<AssertionCase> {};
 
 // Writes `text` to a fresh temporary file and returns its path.
-std::string writeTempFile(const std::string& text);
+inline std::string writeTempFile(const std::string& text) {
+    char path[] = "/tmp/ombrix-test-XXXXXX";
+    const int fd = mkstemp(path);
+    if (fd < 0) abort();
+    if (write(fd, text.data(), text.size()) != static_cast<ssize_t>(text.size())) abort();
+    close(fd);
+    return path;
+}
 
 }  // namespace ombrix_test
 

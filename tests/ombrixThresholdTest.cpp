@@ -1,108 +1,57 @@
-// Global threshold: hand-checked values, and the vector variant against the
-// reference.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
+// Global threshold: every pixel value against thresholds at and beyond the
+// ends of the range, and the vector variant against the reference.
 #include "ombrixKernels.h"
-#include "ombrixNeighbourhoodCompare.h"
+#include "ombrixTestSupport.h"
 
 namespace {
 
-using ombrix_test::GuardedImage;
+using namespace ombrix_test;
 
-struct ThresholdImplementation {
-    const char* name;
-    obxFilterThresholdu8_v2_fn* threshold;
-};
+obxFilterThresholdu8_v2_fn* const kImplementations[] = {obxFilterThresholdu8C, obxFilterThresholdu8V};
 
-void PrintTo(const ThresholdImplementation& p, std::ostream* os) { *os << p.name; }
-
-const ThresholdImplementation kImplementations[] = {
-    {"obxFilterThresholdu8C", obxFilterThresholdu8C},
-    {"obxFilterThresholdu8V", obxFilterThresholdu8V},
-};
-
-class Threshold : public ::testing::TestWithParam<ThresholdImplementation> {};
-
-// Every pixel value 0..255 once, in rows of `width` (the last row padded with 0).
-GuardedImage<uint8_t> allValues(uint32_t width) {
-    const uint32_t height = (256 + width - 1) / width;
-    GuardedImage<uint8_t> image(width, height, width + 3, 1);
-    image.fill(0);
-    for (uint32_t v = 0; v < 256; ++v) image.at(v % width, v / width) = static_cast<uint8_t>(v);
-    return image;
-}
-
-TEST_P(Threshold, BelowIsZeroAndFromTheThresholdUpIs255) {
-    const ThresholdImplementation& t = GetParam();
-    for (uint32_t width : {1u, 7u, 16u, 31u, 64u, 67u}) {
-        const GuardedImage<uint8_t> src = allValues(width);
-        for (uint32_t threshold : {0u, 1u, 128u, 200u, 255u, 256u, 1000u, 0x7FFFFFFFu}) {
-            GuardedImage<uint8_t> dst(src.width(), src.height(), width + 5, 2);
-            t.threshold(src.data(), src.width(), src.height(), src.stride(), dst.data(), dst.stride(), threshold);
-            for (uint32_t v = 0; v < 256; ++v)
-                EXPECT_EQ(dst.at(v % width, v / width), v < threshold ? 0 : 255)
-                    << "width " << width << " threshold " << threshold << " pixel " << v;
-            EXPECT_TRUE(dst.guardsIntact()) << width << " " << threshold;
+// Every pixel value 0..255 once, in rows of `width` (the last row padded
+// with 0): below the threshold is 0, from the threshold up (equal included)
+// 255, so 0 makes everything 255 and 256 or more everything 0.
+TEST(Threshold, BelowIsZeroAndFromTheThresholdUpIs255) {
+    for (obxFilterThresholdu8_v2_fn* threshold : kImplementations) {
+        for (uint32_t width : {1u, 7u, 16u, 31u, 64u, 67u}) {
+            GuardedImage<uint8_t> src(width, (256 + width - 1) / width, width + 3, 1);
+            src.fill(0);
+            for (uint32_t v = 0; v < 256; ++v) src.at(v % width, v / width) = static_cast<uint8_t>(v);
+            for (uint32_t t : {0u, 1u, 100u, 128u, 200u, 255u, 256u, 1000u, 0x7FFFFFFFu}) {
+                SCOPED_TRACE(::testing::Message() << (threshold == obxFilterThresholdu8V ? "vector" : "reference")
+                                                  << " width " << width << " threshold " << t);
+                GuardedImage<uint8_t> dst(src.width(), src.height(), width + 5, 2);
+                threshold(src.data(), src.width(), src.height(), src.stride(), dst.data(), dst.stride(), t);
+                for (uint32_t v = 0; v < 256; ++v) ASSERT_EQ(dst.at(v % width, v / width), v < t ? 0 : 255) << v;
+                EXPECT_TRUE(dst.guardsIntact());
+            }
         }
     }
 }
 
-TEST_P(Threshold, ZeroAllWhiteAnd256AllBlack) {
-    const ThresholdImplementation& t = GetParam();
-    GuardedImage<uint8_t> src(37, 3, 40, 0), dst(37, 3, 37, 0);
-    std::mt19937 rng(5);
-    src.fillRandom(rng);
-    t.threshold(src.data(), 37, 3, src.stride(), dst.data(), dst.stride(), 0);
-    for (uint32_t y = 0; y < 3; ++y)
-        for (uint32_t x = 0; x < 37; ++x) EXPECT_EQ(dst.at(x, y), 255);
-    t.threshold(src.data(), 37, 3, src.stride(), dst.data(), dst.stride(), 256);
-    for (uint32_t y = 0; y < 3; ++y)
-        for (uint32_t x = 0; x < 37; ++x) EXPECT_EQ(dst.at(x, y), 0);
+TEST(Threshold, ZeroWidthOrHeightWritesNothing) {
+    for (obxFilterThresholdu8_v2_fn* threshold : kImplementations) {
+        GuardedImage<uint8_t> src(20, 4, 20, 0), dst(20, 4, 20, 0);
+        src.fill(200);
+        threshold(src.data(), 0, 4, src.stride(), dst.data(), dst.stride(), 10);
+        threshold(src.data(), 20, 0, src.stride(), dst.data(), dst.stride(), 10);
+        threshold(src.data(), 0, 0, 1, dst.data(), 1, 10);
+        for (uint32_t y = 0; y < 4; ++y)
+            for (uint32_t x = 0; x < 20; ++x) EXPECT_EQ(dst.at(x, y), GuardedBuffer::kSentinel);
+        EXPECT_TRUE(dst.guardsIntact());
+    }
 }
 
-TEST_P(Threshold, EqualToTheThresholdIs255) {
-    const ThresholdImplementation& t = GetParam();
-    const uint8_t src[3] = {99, 100, 101};
-    uint8_t dst[3] = {7, 7, 7};
-    t.threshold(src, 3, 1, 3, dst, 3, 100);
-    EXPECT_EQ(dst[0], 0);
-    EXPECT_EQ(dst[1], 255);
-    EXPECT_EQ(dst[2], 255);
+TEST(ThresholdVector, MatchesReference) {
+    for (uint32_t threshold : {0u, 1u, 128u, 255u, 256u, 65536u, 0x7FFFFFFFu}) {
+        SCOPED_TRACE(threshold);
+        auto with = [threshold](obxFilterThresholdu8_v2_fn* f) {
+            return [f, threshold](const uint8_t* src, uint32_t w, uint32_t h, uint32_t srcStride, uint8_t* dst,
+                                  uint32_t dstStride) { f(src, w, h, srcStride, dst, dstStride, threshold); };
+        };
+        expectSameAsReference(with(kImplementations[0]), with(kImplementations[1]), 1, 1, 5000 + threshold % 1000, 15);
+    }
 }
-
-TEST_P(Threshold, ZeroWidthOrHeightWritesNothing) {
-    const ThresholdImplementation& t = GetParam();
-    GuardedImage<uint8_t> src(20, 4, 20, 0), dst(20, 4, 20, 0);
-    src.fill(200);
-    t.threshold(src.data(), 0, 4, src.stride(), dst.data(), dst.stride(), 10);
-    t.threshold(src.data(), 20, 0, src.stride(), dst.data(), dst.stride(), 10);
-    t.threshold(src.data(), 0, 0, 1, dst.data(), 1, 10);
-    for (uint32_t y = 0; y < 4; ++y)
-        for (uint32_t x = 0; x < 20; ++x) EXPECT_EQ(dst.at(x, y), ombrix_test::GuardedBuffer::kSentinel);
-    EXPECT_TRUE(dst.guardsIntact());
-}
-
-INSTANTIATE_TEST_SUITE_P(Implementations, Threshold, ::testing::ValuesIn(kImplementations),
-                         [](const auto& info) { return std::string(info.param.name); });
-
-class ThresholdVector : public ::testing::TestWithParam<uint32_t> {};
-
-TEST_P(ThresholdVector, MatchesReference) {
-    const uint32_t threshold = GetParam();
-    auto with = [threshold](obxFilterThresholdu8_v2_fn* f) {
-        return [f, threshold](const uint8_t* src, uint32_t w, uint32_t h, uint32_t srcStride, uint8_t* dst,
-                              uint32_t dstStride) { f(src, w, h, srcStride, dst, dstStride, threshold); };
-    };
-    ombrix_test::expectSameAsReference(with(obxFilterThresholdu8C), with(obxFilterThresholdu8V), 1, 1,
-                                       5000 + threshold % 1000, 15);
-}
-
-INSTANTIATE_TEST_SUITE_P(Thresholds, ThresholdVector,
-                         ::testing::Values(0u, 1u, 128u, 255u, 256u, 65536u, 0x7FFFFFFFu));
-
-TEST(ThresholdSlot, StartsOnTheReference) { EXPECT_EQ(*ppobxFilterThresholdu8_v2, &obxFilterThresholdu8C); }
 
 }  // namespace
