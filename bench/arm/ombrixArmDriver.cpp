@@ -61,7 +61,8 @@ private:
 };
 
 // The inputs every operation reads, derived from the demo's sample scene (a
-// picture with shading, hard edges, stripes and noise) cropped to w x h.
+// picture with shading, hard edges, stripes and noise) cropped to its
+// central w x h.
 struct Scene {
     uint32_t w, h;
     Bytes rgb, rgba, rgb565, gray, s16, s32, f32;
@@ -74,9 +75,10 @@ struct Scene {
         : w(width), h(height), rgb(pixels() * 3), rgba(pixels() * 4), rgb565(pixels() * 2), gray(pixels()),
           s16(pixels() * 2), s32(pixels() * 4), f32(pixels() * 4), cb(pixels()), cr(pixels()),
           preview(pixels() * 2), nv12(pixels() * 2), blocks(pixels() * 3 + 16 * 384) {
+        const uint32_t left = (picture.width - w) / 2, top = (picture.height - h) / 2;
         for (uint32_t y = 0; y < h; ++y) {
             for (uint32_t x = 0; x < w; ++x) {
-                const uint8_t* p = picture.data() + (size_t{y} * picture.width + x) * 3;
+                const uint8_t* p = picture.data() + (size_t{top + y} * picture.width + left + x) * 3;
                 const size_t i = size_t{y} * w + x;
                 const int r = p[0], g = p[1], b = p[2];
                 const int luma = (77 * r + 150 * g + 29 * b) >> 8;
