@@ -77,9 +77,8 @@ struct RowCursor {
 // every lane) moves past the group.
 OMBRIX_ALWAYS_INLINE void put8(RowCursor& row, uint32x4_t& running, GroupSums sums) {
     running = vdupq_lane_u32(vget_high_u32(sums.odd), 1);
-    uint32x4x2_t entries = vld2q_u32(row.above);
-    entries.val[0] = vaddq_u32(entries.val[0], sums.even);
-    entries.val[1] = vaddq_u32(entries.val[1], sums.odd);
+    const uint32x4x2_t above = vld2q_u32(row.above);
+    const uint32x4x2_t entries = {{vaddq_u32(above.val[0], sums.even), vaddq_u32(above.val[1], sums.odd)}};
     vst2q_u32(row.out, entries);
     row.above += 8;
     row.out += 8;
