@@ -1,18 +1,20 @@
 // Vector integral images.
 //
 // A table row is the row above plus the running sums of its pixel row (see
-// ombrixIntegralTables.h). Eight pixels at a time: the running sums within
-// the group come from the pixel pairs' sums in 16-bit lanes, are widened
-// onto the running total of the pixels before the group, which stays in a
-// register, and are added to the row above. They are formed as the group's
-// even and odd entries, which one de-interleaving load and one
-// re-interleaving store move between the table and the registers. Squared
-// pixels take the same path in 32-bit lanes.
+// ombrixIntegralTables.h). Sixteen pixels at a time (eight in rows of fewer
+// than sixteen): the running sums within the group come from the pixel
+// pairs' sums in 16-bit lanes, are widened onto the running total of the
+// pixels before the group, which stays in a register, and are added to the
+// row above. They are formed as even and odd entries, which a
+// de-interleaving load and a re-interleaving store move between the table
+// and the registers, eight entries each. Squared pixels take the same path
+// in 32-bit lanes, eight at a time.
 //
-// A row's last partial group is done as the last eight pixels of the row:
-// the running total before them is read back from the entries just written
-// (entry minus the entry above), and the overlapped entries are written
-// again with the same values. Rows of fewer than eight pixels are scalar.
+// A row's last partial group is done as the group ending at the row's last
+// pixel: the running total before it is read back from the entries just
+// written (entry minus the entry above), and the overlapped entries are
+// written again with the same values. Rows of fewer than eight pixels are
+// scalar.
 #include "ombrixAssert.h"
 #include "ombrixIntegralTables.h"
 #include "ombrixKernels.h"
@@ -20,7 +22,7 @@
 
 namespace {
 
-// Eight pixels of a row: a plain row, or channel 0 or 1 of a row of pairs.
+// Pixels of a row: a plain row, or channel 0 or 1 of a row of pairs.
 template <uint32_t Step, uint32_t Channel>
 struct Pixels {
     static constexpr uint32_t kStep = Step, kChannel = Channel;
@@ -29,6 +31,13 @@ struct Pixels {
             return vld1_u8(pixels);
         } else {
             return vld2_u8(pixels).val[Channel];
+        }
+    }
+    static uint8x16_t load16(const uint8_t* pixels) {
+        if constexpr (Step == 1) {
+            return vld1q_u8(pixels);
+        } else {
+            return vld2q_u8(pixels).val[Channel];
         }
     }
 };
@@ -42,8 +51,8 @@ struct GroupSums {
 };
 
 // Pixel sums on top of `running`. The running sums of the pixel pairs,
-// three additions in 16-bit lanes (at most 8 * 255), are the sums up to each
-// odd pixel; less that pixel they are the sums up to each even one.
+// formed in 16-bit lanes (at most 16 * 255), are the sums up to each odd
+// pixel; less that pixel they are the sums up to each even one.
 OMBRIX_ALWAYS_INLINE GroupSums pixelSums(uint8x8_t pixels, uint32x4_t running) {
     const uint16x4_t zero = vdup_n_u16(0);
     uint16x4_t pairs = vpaddl_u8(pixels);
@@ -52,6 +61,20 @@ OMBRIX_ALWAYS_INLINE GroupSums pixelSums(uint8x8_t pixels, uint32x4_t running) {
     const uint32x4_t odd = vaddw_u16(running, pairs);
     const uint16x4_t oddPixels = vshr_n_u16(vreinterpret_u16_u8(pixels), 8);
     return {vsubw_u16(odd, oddPixels), odd};
+}
+
+// The same for sixteen pixels, as two groups of eight entries.
+OMBRIX_ALWAYS_INLINE void pixelSums(uint8x16_t pixels, uint32x4_t running, GroupSums& first, GroupSums& second) {
+    const uint16x8_t zero = vdupq_n_u16(0);
+    uint16x8_t pairs = vpaddlq_u8(pixels);
+    pairs = vaddq_u16(pairs, vextq_u16(zero, pairs, 7));
+    pairs = vaddq_u16(pairs, vextq_u16(zero, pairs, 6));
+    pairs = vaddq_u16(pairs, vextq_u16(zero, pairs, 4));
+    const uint16x8_t oddPixels = vshrq_n_u16(vreinterpretq_u16_u8(pixels), 8);
+    const uint32x4_t odd0 = vaddw_u16(running, vget_low_u16(pairs));
+    const uint32x4_t odd1 = vaddw_u16(running, vget_high_u16(pairs));
+    first = {vsubw_u16(odd0, vget_low_u16(oddPixels)), odd0};
+    second = {vsubw_u16(odd1, vget_high_u16(oddPixels)), odd1};
 }
 
 // The same for squared pixels, in 32-bit lanes.
@@ -84,26 +107,33 @@ OMBRIX_ALWAYS_INLINE void put8(RowCursor& row, uint32x4_t& running, GroupSums su
     row.out += 8;
 }
 
-// The row kernel: out[i] = above[i] + pixels 0 .. i, i < count, and the
-// same over squared pixels into out2 when Squares is set.
-template <typename Px, bool Squares>
-OMBRIX_ALWAYS_INLINE void integrateRow(const uint8_t* row, uint32_t count, const uint32_t* above, uint32_t* out,
-                                       const uint32_t* above2, uint32_t* out2) {
-    if (count < 8) {
-        obxIntegralRowScalar<Squares>(row + Px::kChannel, Px::kStep, count, above, out, above2, out2);
-        return;
-    }
+// Rows of at least N pixels, N = 8 or 16 a group.
+template <uint32_t N, typename Px, bool Squares>
+OMBRIX_ALWAYS_INLINE void integrateGroups(const uint8_t* row, uint32_t count, const uint32_t* above, uint32_t* out,
+                                          const uint32_t* above2, uint32_t* out2) {
     uint32x4_t running = vdupq_n_u32(0), running2 = running;
     auto group = [&](const uint8_t* pixels, RowCursor& sums, RowCursor& squares) {
-        const uint8x8_t p = Px::load8(pixels);
-        put8(sums, running, pixelSums(p, running));
-        if (Squares) put8(squares, running2, squareSums(p, running2));
+        if constexpr (N == 8) {
+            const uint8x8_t p = Px::load8(pixels);
+            put8(sums, running, pixelSums(p, running));
+            if (Squares) put8(squares, running2, squareSums(p, running2));
+        } else {
+            const uint8x16_t p = Px::load16(pixels);
+            GroupSums first, second;
+            pixelSums(p, running, first, second);
+            put8(sums, running, first);
+            put8(sums, running, second);
+            if (Squares) {
+                put8(squares, running2, squareSums(vget_low_u8(p), running2));
+                put8(squares, running2, squareSums(vget_high_u8(p), running2));
+            }
+        }
     };
     RowCursor sums = {above, out}, squares = {above2, out2};
     const uint8_t* pixels = row;
-    for (uint32_t n = count / 8; n > 0; --n, pixels += 8 * Px::kStep) group(pixels, sums, squares);
-    if (count % 8) {
-        const uint32_t i = count - 8;
+    for (uint32_t n = count / N; n > 0; --n, pixels += N * Px::kStep) group(pixels, sums, squares);
+    if (count % N) {
+        const uint32_t i = count - N;
         running = vdupq_n_u32(out[i - 1] - above[i - 1]);
         sums = {above + i, out + i};
         if (Squares) {
@@ -112,6 +142,19 @@ OMBRIX_ALWAYS_INLINE void integrateRow(const uint8_t* row, uint32_t count, const
         }
         group(row + i * Px::kStep, sums, squares);
     }
+}
+
+// The row kernel: out[i] = above[i] + pixels 0 .. i, i < count, and the
+// same over squared pixels into out2 when Squares is set.
+template <typename Px, bool Squares>
+OMBRIX_ALWAYS_INLINE void integrateRow(const uint8_t* row, uint32_t count, const uint32_t* above, uint32_t* out,
+                                       const uint32_t* above2, uint32_t* out2) {
+    if (count < 8)
+        obxIntegralRowScalar<Squares>(row + Px::kChannel, Px::kStep, count, above, out, above2, out2);
+    else if (count < 16)
+        integrateGroups<8, Px, Squares>(row, count, above, out, above2, out2);
+    else
+        integrateGroups<16, Px, Squares>(row, count, above, out, above2, out2);
 }
 
 template <typename Px>
