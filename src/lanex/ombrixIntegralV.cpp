@@ -1,20 +1,18 @@
 // Vector integral images.
 //
 // A table row is the row above plus the running sums of its pixel row (see
-// ombrixIntegralTables.h). Sixteen pixels at a time (eight in rows of fewer
-// than sixteen): the running sums within the group come from the pixel
-// pairs' sums in 16-bit lanes, are widened onto the running total of the
-// pixels before the group, which stays in a register, and are added to the
-// row above. They are formed as even and odd entries, which a
-// de-interleaving load and a re-interleaving store move between the table
-// and the registers, eight entries each. Squared pixels take the same path
-// in 32-bit lanes, eight at a time.
+// ombrixIntegralTables.h). Sixteen or eight pixels at a time: the running
+// sums within the group come from the pixel pairs' sums in 16-bit lanes,
+// are widened onto the running total of the pixels before the group, which
+// stays in a register, and are added to the row above. They are formed as
+// even and odd entries, which a de-interleaving load and a re-interleaving
+// store move between the table and the registers, eight entries each.
+// Squared pixels take the same path in 32-bit lanes.
 //
-// A row's last partial group is done as the group ending at the row's last
-// pixel: the running total before it is read back from the entries just
-// written (entry minus the entry above), and the overlapped entries are
-// written again with the same values. Rows of fewer than eight pixels are
-// scalar.
+// A row's last partial group is done as the eight pixels ending the row:
+// the running total before them is read back from the entries just written
+// (entry minus the entry above), and the overlapped entries are written
+// again with the same values. Rows of fewer than eight pixels are scalar.
 #include "ombrixAssert.h"
 #include "ombrixIntegralTables.h"
 #include "ombrixKernels.h"
@@ -89,6 +87,17 @@ OMBRIX_ALWAYS_INLINE GroupSums squareSums(uint8x8_t pixels, uint32x4_t running) 
     return {vsubq_u32(odd, oddSquares), odd};
 }
 
+// Row lengths known at compile time (the fixed patch sizes) let GCC fold
+// every table address into an immediate offset. Otherwise it rewrites the
+// row pointers as one shared index plus fixed bases, spends an address
+// addition on every access, and carries each address a row derives from row
+// to row in a register of its own, spilling them; pointers hidden from it
+// keep their post-incrementing loads and stores.
+template <bool Opaque, typename T, typename U>
+OMBRIX_ALWAYS_INLINE void hideFromOptimiser(T*& first, U*& second) {
+    if constexpr (Opaque) __asm__("" : "+r"(first), "+r"(second));
+}
+
 // A table row being written and the row above it, both advancing by eight
 // entries a group.
 struct RowCursor {
@@ -98,6 +107,7 @@ struct RowCursor {
 
 // Eight entries: the row above plus the group's sums; the running total (in
 // every lane) moves past the group.
+template <bool Opaque>
 OMBRIX_ALWAYS_INLINE void put8(RowCursor& row, uint32x4_t& running, GroupSums sums) {
     running = vdupq_lane_u32(vget_high_u32(sums.odd), 1);
     const uint32x4x2_t above = vld2q_u32(row.above);
@@ -105,73 +115,69 @@ OMBRIX_ALWAYS_INLINE void put8(RowCursor& row, uint32x4_t& running, GroupSums su
     vst2q_u32(row.out, entries);
     row.above += 8;
     row.out += 8;
+    hideFromOptimiser<Opaque>(row.above, row.out);
 }
 
-// Rows of at least N pixels, N = 8 or 16 a group.
-template <uint32_t N, typename Px, bool Squares>
-OMBRIX_ALWAYS_INLINE void integrateGroups(const uint8_t* row, uint32_t count, const uint32_t* above, uint32_t* out,
-                                          const uint32_t* above2, uint32_t* out2) {
+// The row kernel: out[i] = above[i] + pixels 0 .. i, i < count, and the
+// same over squared pixels into out2 when Squares is set. Sums alone go
+// sixteen pixels a group, then eight; with squares, whose groups need twice
+// the registers, always eight. Opaque is off for compile-time row lengths.
+template <typename Px, bool Squares, bool Opaque = true>
+OMBRIX_ALWAYS_INLINE void integrateRow(const uint8_t* row, uint32_t count, const uint32_t* above, uint32_t* out,
+                                       const uint32_t* above2, uint32_t* out2) {
+    if (count < 8) {
+        obxIntegralRowScalar<Squares>(row + Px::kChannel, Px::kStep, count, above, out, above2, out2);
+        return;
+    }
+    hideFromOptimiser<Opaque>(above, out);
+    hideFromOptimiser<Opaque && Squares>(above2, out2);
     uint32x4_t running = vdupq_n_u32(0), running2 = running;
-    auto group = [&](const uint8_t* pixels, RowCursor& sums, RowCursor& squares) {
-        if constexpr (N == 8) {
-            const uint8x8_t p = Px::load8(pixels);
-            put8(sums, running, pixelSums(p, running));
-            if (Squares) put8(squares, running2, squareSums(p, running2));
-        } else {
-            const uint8x16_t p = Px::load16(pixels);
-            GroupSums first, second;
-            pixelSums(p, running, first, second);
-            put8(sums, running, first);
-            put8(sums, running, second);
-            if (Squares) {
-                put8(squares, running2, squareSums(vget_low_u8(p), running2));
-                put8(squares, running2, squareSums(vget_high_u8(p), running2));
-            }
-        }
-    };
     RowCursor sums = {above, out}, squares = {above2, out2};
+    auto group8 = [&](const uint8_t* pixels) {
+        const uint8x8_t p = Px::load8(pixels);
+        put8<Opaque>(sums, running, pixelSums(p, running));
+        if (Squares) put8<Opaque>(squares, running2, squareSums(p, running2));
+    };
     const uint8_t* pixels = row;
-    for (uint32_t n = count / N; n > 0; --n, pixels += N * Px::kStep) group(pixels, sums, squares);
-    if (count % N) {
-        const uint32_t i = count - N;
+    uint32_t eights = count / 8;
+    if constexpr (!Squares) {
+        for (; eights >= 2; eights -= 2, pixels += 16 * Px::kStep) {
+            GroupSums first, second;
+            pixelSums(Px::load16(pixels), running, first, second);
+            put8<Opaque>(sums, running, first);
+            put8<Opaque>(sums, running, second);
+        }
+    }
+    for (; eights > 0; --eights, pixels += 8 * Px::kStep) group8(pixels);
+    if (count % 8) {
+        const uint32_t i = count - 8;
         running = vdupq_n_u32(out[i - 1] - above[i - 1]);
         sums = {above + i, out + i};
         if (Squares) {
             running2 = vdupq_n_u32(out2[i - 1] - above2[i - 1]);
             squares = {above2 + i, out2 + i};
         }
-        group(row + i * Px::kStep, sums, squares);
+        group8(row + i * Px::kStep);
     }
-}
-
-// The row kernel: out[i] = above[i] + pixels 0 .. i, i < count, and the
-// same over squared pixels into out2 when Squares is set.
-template <typename Px, bool Squares>
-OMBRIX_ALWAYS_INLINE void integrateRow(const uint8_t* row, uint32_t count, const uint32_t* above, uint32_t* out,
-                                       const uint32_t* above2, uint32_t* out2) {
-    if (count < 8)
-        obxIntegralRowScalar<Squares>(row + Px::kChannel, Px::kStep, count, above, out, above2, out2);
-    else if (count < 16)
-        integrateGroups<8, Px, Squares>(row, count, above, out, above2, out2);
-    else
-        integrateGroups<16, Px, Squares>(row, count, above, out, above2, out2);
 }
 
 template <typename Px>
 auto sumRows(uint32_t count) {
-    return [count](const uint8_t* row, const uint32_t* above, uint32_t* out, const uint32_t*, uint32_t*) {
+    return [count](const uint8_t* row, const uint32_t* above, uint32_t* out, const uint32_t*,
+                   uint32_t*) __attribute__((always_inline)) {
         integrateRow<Px, false>(row, count, above, out, nullptr, nullptr);
     };
 }
 
-// The worker of all patch forms; inlined into the fixed sizes, whose loops
-// then have constant bounds.
+// The worker of all patch forms; inlined, with its row kernel, into the
+// fixed sizes (FixedSize), whose rows then have a constant length.
+template <bool FixedSize>
 OMBRIX_ALWAYS_INLINE void integratePatch(const uint8_t* src, uint32_t srcStride, uint32_t patchX, uint32_t patchY,
                                          uint32_t patchWidth, uint32_t patchHeight, uint32_t* dst, uint32_t* dst2) {
     obxFillPatchTables(src, srcStride, patchX, patchY, patchWidth, patchHeight, dst, dst2,
                        [patchWidth](const uint8_t* row, const uint32_t* above, uint32_t* out, const uint32_t* above2,
-                                    uint32_t* out2) {
-                           integrateRow<Plain, true>(row, patchWidth, above, out, above2, out2);
+                                    uint32_t* out2) __attribute__((always_inline)) {
+                           integrateRow<Plain, true, !FixedSize>(row, patchWidth, above, out, above2, out2);
                        });
 }
 
@@ -203,19 +209,19 @@ void obxIntegratePatchu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHei
                           uint32_t patchX, uint32_t patchY, uint32_t patchWidth, uint32_t patchHeight, uint32_t* dst,
                           uint32_t* dst2) {
     OMBRIX_ASSERT(src && dst && dst2 && srcWidth && srcHeight && (srcStride >= srcWidth));
-    integratePatch(src, srcStride, patchX, patchY, patchWidth, patchHeight, dst, dst2);
+    integratePatch<false>(src, srcStride, patchX, patchY, patchWidth, patchHeight, dst, dst2);
 }
 
 void obxIntegratePatch12x12u8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                                uint32_t patchX, uint32_t patchY, uint32_t* dst, uint32_t* dst2) {
     OMBRIX_ASSERT(src && dst && dst2 && srcWidth && srcHeight && (srcStride >= srcWidth));
-    integratePatch(src, srcStride, patchX, patchY, 12, 12, dst, dst2);
+    integratePatch<true>(src, srcStride, patchX, patchY, 12, 12, dst, dst2);
 }
 
 void obxIntegratePatch18x18u8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                                uint32_t patchX, uint32_t patchY, uint32_t* dst, uint32_t* dst2) {
     OMBRIX_ASSERT(src && dst && dst2 && srcWidth && srcHeight && (srcStride >= srcWidth));
-    integratePatch(src, srcStride, patchX, patchY, 18, 18, dst, dst2);
+    integratePatch<true>(src, srcStride, patchX, patchY, 18, 18, dst, dst2);
 }
 
 void obxIntegrateImageLineu8V(const uint8_t* imageIn, uint16_t numPxls, uint32_t* intgrl, uint32_t* intgrlSqrd) {
