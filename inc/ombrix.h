@@ -403,12 +403,13 @@ OBX_API obxIntegrateImageYCbCr420PseudoPlanaru8_fn obxIntegrateImageYCbCr420Pseu
  * is pixel (X - 1, Y - 1), the pixel just above-left of the entry:
  *   dst(X, Y) = sum of src(x, y) over y <= Y - 1 and |x - (X - 1)| <= Y - 1 - y,
  * pixels outside the image counting 0. Row 0 is 0 and row 1 is source row 0
- * shifted right by one column; column 0 is not 0 in general. A rotated
- * rectangle of pixels with 0 <= (b - y) + (x - a) < 2h and
- * 0 <= (b - y) - (x - a) < 2w (bottom corner (a, b), w steps up-left, h up-right)
- * sums to D(a, b) - D(a - w, b - w) - D(a + h, b - h) + D(a - w + h, b - w - h)
- * with D(a, b) = dst(a + 1, b + 1), where all four entries are in the table.
- * A srcStride of 0 means srcWidth. Needs one scratch row of srcWidth + 1
+ * shifted right by one column; column 0 is not 0 in general. With
+ * D(a, b) = dst(a + 1, b + 1), the cone of apex (a, b), the rotated rectangle
+ * of pixels with 0 <= (b - y) + (x - a) < 2h and 0 <= (b - y) - (x - a) < 2w
+ * (bottom corner (a, b), w steps up-left, h up-right) sums to
+ *   D(a, b) - D(a - w, b - w) - D(a + h, b - h) + D(a - w + h, b - w - h)
+ * whenever all four entries lie in the table. Sums wrap modulo 2^32. A
+ * srcStride of 0 means srcWidth. Needs one scratch row of srcWidth + 1
  * entries. */
 typedef void obxTiltedIntegralu8s32_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
                                        uint32_t srcStride, int32_t* dst, uint32_t dstStride);
