@@ -110,7 +110,7 @@ TEST(IntegratePatch, HandCheckedTables) {
 }
 
 TEST(IntegrateLine, HandCheckedSums) {
-    const uint8_t pixels[64 + 3] = {3, 4, 250};  // the rest 0
+    const uint8_t pixels[64] = {3, 4, 250};  // the rest 0
     std::vector<uint8_t> white(64, 255);
     for (const ImageForms& f : kBoth) {
         SCOPED_TRACE(f.name);
