@@ -336,6 +336,86 @@ typedef void obxFilterCanny3x3u8_v2_fn(const uint8_t* srcImg, uint32_t width, ui
 OBX_DECLARE_OPERATION(obxFilterCanny3x3u8_v2)
 OBX_API obxFilterCanny3x3u8_v2_fn obxFilterCanny3x3u8C;
 
+/* ---- Integral images ------------------------------------------------------------ */
+
+/* Summed-area tables of 8-bit images. Sums wrap modulo 2^32; table strides
+ * are in bytes and are converted to elements (a remainder is dropped). */
+
+/* Table of (srcWidth + 1) x (srcHeight + 1) entries: row 0 and column 0 are
+ * 0, dst(x + 1, y + 1) = sum of src(x', y') over x' <= x, y' <= y. */
+typedef void obxIntegrateImageu8_v2_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                       uint32_t srcStride, uint32_t* dst, uint32_t dstStride);
+OBX_DECLARE_OPERATION(obxIntegrateImageu8_v2)
+OBX_API obxIntegrateImageu8_v2_fn obxIntegrateImageu8_v2C;
+
+/* The same table over the patchWidth x patchHeight patch whose top-left
+ * pixel is (patchX, patchY), which must lie inside the image: dst gets the
+ * sums of pixels and dst2 the sums of squared pixels, both packed, with rows
+ * of patchWidth + 1 entries and patchHeight + 1 rows. The 12x12 and 18x18
+ * forms are the same with a fixed patch size. */
+typedef void obxIntegratePatchu8_v2_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                       uint32_t srcStride, uint32_t patchX, uint32_t patchY,
+                                       uint32_t patchWidth, uint32_t patchHeight, uint32_t* dst,
+                                       uint32_t* dst2);
+OBX_DECLARE_OPERATION(obxIntegratePatchu8_v2)
+OBX_API obxIntegratePatchu8_v2_fn obxIntegratePatchu8C;
+
+typedef void obxIntegrateFixedPatchu8_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                         uint32_t srcStride, uint32_t patchX, uint32_t patchY, uint32_t* dst,
+                                         uint32_t* dst2);
+
+typedef obxIntegrateFixedPatchu8_fn obxIntegratePatch12x12u8_v2_fn;
+OBX_DECLARE_OPERATION(obxIntegratePatch12x12u8_v2)
+OBX_API obxIntegrateFixedPatchu8_fn obxIntegratePatch12x12u8C;
+
+typedef obxIntegrateFixedPatchu8_fn obxIntegratePatch18x18u8_v2_fn;
+OBX_DECLARE_OPERATION(obxIntegratePatch18x18u8_v2)
+OBX_API obxIntegrateFixedPatchu8_fn obxIntegratePatch18x18u8C;
+
+/* *intgrl = sum and *intgrlSqrd = sum of squares of the first numPxls
+ * pixels (both 0 for none; 65535 squares of 255 still fit 32 bits). */
+typedef void obxIntegrateImageLineu8_fn(const uint8_t* imageIn, uint16_t numPxls, uint32_t* intgrl,
+                                        uint32_t* intgrlSqrd);
+OBX_DECLARE_OPERATION(obxIntegrateImageLineu8)
+OBX_API obxIntegrateImageLineu8_fn obxIntegrateImageLineu8C;
+
+/* The same for exactly 64 pixels; the sum (at most 16320) as 16 bits. */
+typedef void obxIntegrateImageLine64u8_fn(const uint8_t* pxls, uint16_t* sum, uint32_t* sum2);
+OBX_DECLARE_OPERATION(obxIntegrateImageLine64u8)
+OBX_API obxIntegrateImageLine64u8_fn obxIntegrateImageLine64u8C;
+
+/* Exclusive tables of a 4:2:0 frame whose chroma plane holds Cb,Cr pairs:
+ * integralY is srcWidth x srcHeight with integralY(x, y) = sum of srcY(x', y')
+ * over x' < x, y' < y, so row 0 and column 0 are 0 and the last row and
+ * column of the source never enter a sum. integralCb and integralCr are the
+ * same over the chroma samples, (srcWidth / 2) x (srcHeight / 2) entries. */
+typedef void obxIntegrateImageYCbCr420PseudoPlanaru8_fn(const uint8_t* srcY, const uint8_t* srcC,
+                                                        uint32_t srcWidth, uint32_t srcHeight,
+                                                        uint32_t srcYStride, uint32_t srcCStride,
+                                                        uint32_t* integralY, uint32_t* integralCb,
+                                                        uint32_t* integralCr, uint32_t integralYStride,
+                                                        uint32_t integralCbStride, uint32_t integralCrStride);
+OBX_DECLARE_OPERATION(obxIntegrateImageYCbCr420PseudoPlanaru8)
+OBX_API obxIntegrateImageYCbCr420PseudoPlanaru8_fn obxIntegrateImageYCbCr420PseudoPlanaru8C;
+
+/* 45-degree tilted table of (srcWidth + 1) x (srcHeight + 1) entries: dst(X, Y)
+ * is the sum of the pixels in the upward-opening right-angled cone whose apex
+ * is pixel (X - 1, Y - 1), the pixel just above-left of the entry:
+ *   dst(X, Y) = sum of src(x, y) over y <= Y - 1 and |x - (X - 1)| <= Y - 1 - y,
+ * pixels outside the image counting 0. Row 0 is 0 and row 1 is source row 0
+ * shifted right by one column; column 0 is not 0 in general. With
+ * D(a, b) = dst(a + 1, b + 1), the cone of apex (a, b), the rotated rectangle
+ * of pixels with 0 <= (b - y) + (x - a) < 2h and 0 <= (b - y) - (x - a) < 2w
+ * (bottom corner (a, b), w steps up-left, h up-right) sums to
+ *   D(a, b) - D(a - w, b - w) - D(a + h, b - h) + D(a - w + h, b - w - h)
+ * whenever all four entries lie in the table. Sums wrap modulo 2^32. A
+ * srcStride of 0 means srcWidth. Needs one scratch row of srcWidth + 1
+ * entries. */
+typedef void obxTiltedIntegralu8s32_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                       uint32_t srcStride, int32_t* dst, uint32_t dstStride);
+OBX_DECLARE_OPERATION(obxTiltedIntegralu8s32)
+OBX_API obxTiltedIntegralu8s32_fn obxTiltedIntegralu8s32C;
+
 /* ---- YCbCr to RGB: full-range planar and pseudo-planar ------------------------ */
 
 /* Full-range YCbCr (Q8, rounded, no luma offset) to RGB565 (B in bits 15-11,

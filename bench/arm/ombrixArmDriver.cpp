@@ -344,6 +344,73 @@ Workload<obxRgbRowLuma_fn> workload(const std::string& name, const Scene& s, obx
             }};
 }
 
+// Integral images: whole tables per pixel of the scene; patches and lines
+// per call, the patches from the scene's centre and the line its middle row.
+Workload<obxIntegrateImageu8_v2_fn> workload(const std::string&, const Scene& s, obxIntegrateImageu8_v2_fn*) {
+    const size_t n = size_t{s.w + 1} * (s.h + 1) * 4;
+    return {double(s.pixels()), n, {n}, [&s](obxIntegrateImageu8_v2_fn* f, const std::vector<Bytes>& out) {
+                f(s.gray.data(), s.w, s.h, s.w, out[0].as<uint32_t>(), (s.w + 1) * 4);
+            }};
+}
+
+Workload<obxIntegrateImageYCbCr420PseudoPlanaru8_fn> workload(const std::string&, const Scene& s,
+                                                              obxIntegrateImageYCbCr420PseudoPlanaru8_fn*) {
+    const size_t luma = s.pixels() * 4, chroma = size_t{s.w / 2} * (s.h / 2) * 4;
+    return {double(s.pixels()), luma + 2 * chroma, {luma, chroma, chroma},
+            [&s](obxIntegrateImageYCbCr420PseudoPlanaru8_fn* f, const std::vector<Bytes>& out) {
+                f(s.nv12.data(), s.nv12.data() + s.pixels(), s.w, s.h, s.w, s.w, out[0].as<uint32_t>(),
+                  out[1].as<uint32_t>(), out[2].as<uint32_t>(), s.w * 4, (s.w / 2) * 4, (s.w / 2) * 4);
+            }};
+}
+
+// Patches and the 64-pixel line read a 64x64 tile from the scene's centre
+// (repeated where the scene is smaller).
+constexpr uint32_t kTile = 64;
+std::shared_ptr<Bytes> centreTile(const Scene& s) {
+    auto tile = std::make_shared<Bytes>(kTile * kTile);
+    const uint32_t left = s.w > kTile ? (s.w - kTile) / 2 : 0, top = s.h > kTile ? (s.h - kTile) / 2 : 0;
+    for (uint32_t y = 0; y < kTile; ++y)
+        for (uint32_t x = 0; x < kTile; ++x)
+            tile->data()[y * kTile + x] = s.gray.data()[size_t{(top + y) % s.h} * s.w + (left + x) % s.w];
+    return tile;
+}
+
+// The general patch form on a 32x32 patch, the fixed ones on theirs, all
+// centred in the tile.
+Workload<obxIntegratePatchu8_v2_fn> workload(const std::string&, const Scene& s, obxIntegratePatchu8_v2_fn*) {
+    constexpr uint32_t kSize = 32, kAt = (kTile - kSize) / 2;
+    const size_t n = size_t{kSize + 1} * (kSize + 1) * 4;
+    std::shared_ptr<Bytes> tile = centreTile(s);
+    return {1, 2 * n, {n, n}, [tile](obxIntegratePatchu8_v2_fn* f, const std::vector<Bytes>& out) {
+                f(tile->data(), kTile, kTile, kTile, kAt, kAt, kSize, kSize, out[0].as<uint32_t>(),
+                  out[1].as<uint32_t>());
+            }};
+}
+
+Workload<obxIntegrateFixedPatchu8_fn> workload(const std::string& name, const Scene& s, obxIntegrateFixedPatchu8_fn*) {
+    const uint32_t size = static_cast<uint32_t>(numberAfter(name, "Patch")), at = (kTile - size) / 2;
+    const size_t n = size_t{size + 1} * (size + 1) * 4;
+    std::shared_ptr<Bytes> tile = centreTile(s);
+    return {1, 2 * n, {n, n}, [tile, at](obxIntegrateFixedPatchu8_fn* f, const std::vector<Bytes>& out) {
+                f(tile->data(), kTile, kTile, kTile, at, at, out[0].as<uint32_t>(), out[1].as<uint32_t>());
+            }};
+}
+
+// A whole row of the scene.
+Workload<obxIntegrateImageLineu8_fn> workload(const std::string&, const Scene& s, obxIntegrateImageLineu8_fn*) {
+    return {1, 8, {8}, [&s](obxIntegrateImageLineu8_fn* f, const std::vector<Bytes>& out) {
+                f(s.gray.data() + size_t{s.h / 2} * s.w, static_cast<uint16_t>(s.w), out[0].as<uint32_t>(),
+                  out[0].as<uint32_t>() + 1);
+            }};
+}
+
+Workload<obxIntegrateImageLine64u8_fn> workload(const std::string&, const Scene& s, obxIntegrateImageLine64u8_fn*) {
+    std::shared_ptr<Bytes> tile = centreTile(s);
+    return {1, 8, {8}, [tile](obxIntegrateImageLine64u8_fn* f, const std::vector<Bytes>& out) {
+                f(tile->data() + kTile * kTile / 2, out[0].as<uint16_t>(), out[0].as<uint32_t>() + 1);
+            }};
+}
+
 // ---- Counting -------------------------------------------------------------------------
 
 void markWindow(long phase) { syscall(OMBRIX_INSN_MARK, phase); }

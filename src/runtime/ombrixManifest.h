@@ -152,6 +152,16 @@ OBX_OP(obxImageGradientSobelPlanarf32f32_v2, obxImageGradientSobelPlanarf32f32C,
 OBX_OP(obxImageGradientScharrInterleaveds16, obxImageGradientScharrInterleaveds16C, obxImageGradientScharrInterleaveds16V)
 OBX_OP(obxFilterCanny3x3u8_v2, obxFilterCanny3x3u8C, obxFilterCanny3x3u8V)
 
+/* Resampling: integral images */
+OBX_OP(obxIntegrateImageu8_v2, obxIntegrateImageu8_v2C, obxIntegrateImageu8_v2V)
+OBX_OP(obxIntegratePatchu8_v2, obxIntegratePatchu8C, obxIntegratePatchu8V)
+OBX_OP(obxIntegratePatch12x12u8_v2, obxIntegratePatch12x12u8C, obxIntegratePatch12x12u8V)
+OBX_OP(obxIntegratePatch18x18u8_v2, obxIntegratePatch18x18u8C, obxIntegratePatch18x18u8V)
+OBX_OP(obxIntegrateImageLineu8, obxIntegrateImageLineu8C, obxIntegrateImageLineu8V)
+OBX_OP(obxIntegrateImageLine64u8, obxIntegrateImageLine64u8C, obxIntegrateImageLine64u8V)
+OBX_OP(obxIntegrateImageYCbCr420PseudoPlanaru8, obxIntegrateImageYCbCr420PseudoPlanaru8C, obxIntegrateImageYCbCr420PseudoPlanaru8V)
+OBX_OP_REF(obxTiltedIntegralu8s32, obxTiltedIntegralu8s32C)
+
 #undef OBX_OP
 #undef OBX_OP_REF
 #undef OBX_OP_STATIC
