@@ -152,6 +152,11 @@ OBX_OP(obxImageGradientSobelPlanarf32f32_v2, obxImageGradientSobelPlanarf32f32C,
 OBX_OP(obxImageGradientScharrInterleaveds16, obxImageGradientScharrInterleaveds16C, obxImageGradientScharrInterleaveds16V)
 OBX_OP(obxFilterCanny3x3u8_v2, obxFilterCanny3x3u8C, obxFilterCanny3x3u8V)
 
+/* Features: Harris corners */
+OBX_OP(obxCornerHarrisu8, obxCornerHarrisu8C, obxCornerHarrisu8V)
+OBX_OP(obxCornerHarrisInMasku8, obxCornerHarrisInMasku8C, obxCornerHarrisInMasku8V)
+OBX_OP(obxLocalHarrisMaxu8, obxLocalHarrisMaxu8C, obxLocalHarrisMaxu8V)
+
 #undef OBX_OP
 #undef OBX_OP_REF
 #undef OBX_OP_STATIC

@@ -1,0 +1,244 @@
+// Harris corners, vector variants. The detectors run the reference's row
+// pipeline (ombrixHarrisScalar.h) with vector row kernels:
+//   products  16 pixels at a time: a halving subtraction of u8 lanes forms
+//             the 9-bit difference and keeps its bits 8..1, which read as
+//             s8 is exactly the floor shift (a - b) >> 1; vmull_s8 gives
+//             the three products as s16;
+//   smooth    the 1 4 6 4 1 column sums in s32 (they reach 262144), eight
+//             columns per step, carried along the row so that every column
+//             is summed once; the row pass takes its five neighbours by
+//             vext and narrows after the one >> 8;
+//   responses four or eight at a time in s32;
+//   examine   sixteen responses at a time against the threshold, so that
+//             the many pixels below it cost one comparison per group; the
+//             groups with a candidate, and the last columns of a row, go
+//             through the reference's scalar scan and maximum test.
+// Steps that do not fill a row end with a step moved back to end at the
+// row's end, rewriting equal values.
+
+// On hosts with AVX-512, SIMDe translates the halving subtraction through
+// GCC's _mm256_cvtepi16_epi8, whose own header trips -Wmaybe-uninitialized.
+#if !defined(__ARM_NEON) && !defined(__ARM_NEON__) && defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+
+#include "ombrixAssert.h"
+#include "ombrixHarrisScalar.h"
+#include "ombrixKernels.h"
+#include "ombrixNeon.h"
+
+namespace {
+
+using namespace ombrix_harris;
+
+// ---- Gradient products -------------------------------------------------------------
+
+OMBRIX_ALWAYS_INLINE int8x16_t halfDifference16(uint8x16_t a, uint8x16_t b) {
+    return vreinterpretq_s8_u8(vhsubq_u8(a, b));
+}
+
+OMBRIX_ALWAYS_INLINE void storeProducts8(int8x8_t gx, int8x8_t gy, int16_t* gxx, int16_t* gyy, int16_t* gxy) {
+    vst1q_s16(gxx, vmull_s8(gx, gx));
+    vst1q_s16(gyy, vmull_s8(gy, gy));
+    vst1q_s16(gxy, vmull_s8(gx, gy));
+}
+
+// [first, end) holds at least 8 columns.
+void productsRowV(const uint8_t* above, const uint8_t* centre, const uint8_t* below, uint32_t first, uint32_t end,
+                  int16_t* gxx, int16_t* gyy, int16_t* gxy) {
+    uint32_t x = first;
+    for (; x + 16 <= end; x += 16) {
+        const int8x16_t gx = halfDifference16(vld1q_u8(centre + x + 1), vld1q_u8(centre + x - 1));
+        const int8x16_t gy = halfDifference16(vld1q_u8(below + x), vld1q_u8(above + x));
+        storeProducts8(vget_low_s8(gx), vget_low_s8(gy), gxx + x, gyy + x, gxy + x);
+        storeProducts8(vget_high_s8(gx), vget_high_s8(gy), gxx + x + 8, gyy + x + 8, gxy + x + 8);
+    }
+    while (x < end) {
+        const uint32_t at = x + 8 <= end ? x : end - 8;
+        const int8x8_t gx = vreinterpret_s8_u8(vhsub_u8(vld1_u8(centre + at + 1), vld1_u8(centre + at - 1)));
+        const int8x8_t gy = vreinterpret_s8_u8(vhsub_u8(vld1_u8(below + at), vld1_u8(above + at)));
+        storeProducts8(gx, gy, gxx + at, gyy + at, gxy + at);
+        x = at + 8;
+    }
+}
+
+// ---- Smoothing -------------------------------------------------------------------------
+
+// 1 4 6 4 1 down columns [x, x + 4) of five product rows.
+OMBRIX_ALWAYS_INLINE int32x4_t columnSums4(const int16_t* const* rows, uint32_t x) {
+    const int32x4_t outer = vaddl_s16(vld1_s16(rows[0] + x), vld1_s16(rows[4] + x));
+    const int32x4_t sum = vmlaq_n_s32(outer, vaddl_s16(vld1_s16(rows[1] + x), vld1_s16(rows[3] + x)), 4);
+    return vmlal_n_s16(sum, vld1_s16(rows[2] + x), 6);
+}
+
+// The same for columns [x, x + 8), as two halves.
+OMBRIX_ALWAYS_INLINE void columnSums8(const int16_t* const* rows, uint32_t x, int32x4_t* low, int32x4_t* high) {
+    const int16x8_t r0 = vld1q_s16(rows[0] + x), r1 = vld1q_s16(rows[1] + x), r2 = vld1q_s16(rows[2] + x),
+                    r3 = vld1q_s16(rows[3] + x), r4 = vld1q_s16(rows[4] + x);
+    *low = vmlal_n_s16(vmlaq_n_s32(vaddl_s16(vget_low_s16(r0), vget_low_s16(r4)),
+                                   vaddl_s16(vget_low_s16(r1), vget_low_s16(r3)), 4),
+                       vget_low_s16(r2), 6);
+    *high = vmlal_n_s16(vmlaq_n_s32(vaddl_s16(vget_high_s16(r0), vget_high_s16(r4)),
+                                    vaddl_s16(vget_high_s16(r1), vget_high_s16(r3)), 4),
+                        vget_high_s16(r2), 6);
+}
+
+// Smoothed values of columns [c + 2, c + 6) from the column sums of
+// [c, c + 4) and [c + 4, c + 8): 1 4 6 4 1 along the row, then the >> 8.
+OMBRIX_ALWAYS_INLINE int16x4_t rowSmooth4(int32x4_t a, int32x4_t b) {
+    const int32x4_t outer = vaddq_s32(a, b);
+    const int32x4_t inner = vaddq_s32(vextq_s32(a, b, 1), vextq_s32(a, b, 3));
+    return vshrn_n_s32(vmlaq_n_s32(vmlaq_n_s32(outer, inner, 4), vextq_s32(a, b, 2), 6), 8);
+}
+
+// [first, end) holds at least 4 columns; products exist two beyond it.
+void smoothRowV(const int16_t* const* rows, uint32_t first, uint32_t end, int16_t* out) {
+    uint32_t x = first;
+    int32x4_t sums = columnSums4(rows, x - 2);  // columns [x - 2, x + 2)
+    for (; x + 8 <= end; x += 8) {
+        int32x4_t middle, next;
+        columnSums8(rows, x + 2, &middle, &next);
+        vst1q_s16(out + x, vcombine_s16(rowSmooth4(sums, middle), rowSmooth4(middle, next)));
+        sums = next;
+    }
+    while (x < end) {
+        const uint32_t at = x + 4 <= end ? x : end - 4;
+        vst1_s16(out + at, rowSmooth4(columnSums4(rows, at - 2), columnSums4(rows, at + 2)));
+        x = at + 4;
+    }
+}
+
+// ---- Responses ---------------------------------------------------------------------------
+
+OMBRIX_ALWAYS_INLINE int32x4_t response4(int16x4_t sxx, int16x4_t syy, int16x4_t sxy) {
+    const int32x4_t det = vmlsl_s16(vmull_s16(sxx, syy), sxy, sxy);
+    const int32x4_t trace = vaddl_s16(sxx, syy);
+    return vsubq_s32(det, vshrq_n_s32(vmulq_s32(trace, trace), 4));
+}
+
+// [first, end) holds at least 4 columns.
+void responseRowV(const int16_t* sxx, const int16_t* syy, const int16_t* sxy, uint32_t first, uint32_t end,
+                  int32_t* out) {
+    uint32_t x = first;
+    for (; x + 8 <= end; x += 8) {
+        const int16x8_t a = vld1q_s16(sxx + x), b = vld1q_s16(syy + x), c = vld1q_s16(sxy + x);
+        vst1q_s32(out + x, response4(vget_low_s16(a), vget_low_s16(b), vget_low_s16(c)));
+        vst1q_s32(out + x + 4, response4(vget_high_s16(a), vget_high_s16(b), vget_high_s16(c)));
+    }
+    while (x < end) {
+        const uint32_t at = x + 4 <= end ? x : end - 4;
+        vst1q_s32(out + at, response4(vld1_s16(sxx + at), vld1_s16(syy + at), vld1_s16(sxy + at)));
+        x = at + 4;
+    }
+}
+
+// ---- Examining a row ---------------------------------------------------------------------
+
+OMBRIX_ALWAYS_INLINE bool anyAbove(int32x4_t values, int32x4_t threshold) {
+    const uint16x4_t above = vmovn_u32(vcgtq_s32(values, threshold));
+    return vget_lane_u64(vreinterpret_u64_u16(above), 0) != 0;
+}
+
+struct VectorKernels {
+    static void products(const uint8_t* above, const uint8_t* centre, const uint8_t* below, uint32_t first,
+                         uint32_t end, int16_t* gxx, int16_t* gyy, int16_t* gxy) {
+        productsRowV(above, centre, below, first, end, gxx, gyy, gxy);
+    }
+    static void smooth(const int16_t* const* rows, uint32_t first, uint32_t end, int16_t* out) {
+        smoothRowV(rows, first, end, out);
+    }
+    static void responses(const int16_t* sxx, const int16_t* syy, const int16_t* sxy, uint32_t first, uint32_t end,
+                          int32_t* out) {
+        responseRowV(sxx, syy, sxy, first, end, out);
+    }
+    // Groups of 16 whose largest response is not above the threshold are
+    // skipped whole; the others, and the columns after the last group, are
+    // scanned one by one.
+    template <typename Visit>
+    static bool aboveThreshold(const int32_t* responses, uint32_t first, uint32_t end, int32_t threshold,
+                               const Visit& visit) {
+        const int32x4_t limit = vdupq_n_s32(threshold);
+        uint32_t x = first;
+        for (; x + 16 <= end; x += 16) {
+            const int32_t* r = responses + x;
+            const int32x4_t largest = vmaxq_s32(vmaxq_s32(vld1q_s32(r), vld1q_s32(r + 4)),
+                                                vmaxq_s32(vld1q_s32(r + 8), vld1q_s32(r + 12)));
+            if (anyAbove(largest, limit) && scanAboveThreshold(responses, x, x + 16, threshold, visit)) return true;
+        }
+        return scanAboveThreshold(responses, x, end, threshold, visit);
+    }
+};
+
+}  // namespace
+
+extern "C" {
+
+void obxCornerHarrisu8V(const uint8_t* srcImg, uint32_t width, uint32_t height, uint32_t stride, uint32_t border,
+                        uint32_t* xy, uint32_t nCornersMax, uint32_t* numcorners, int32_t threshold) {
+    OMBRIX_ASSERT((srcImg) && (xy) && (numcorners) && (width) && (height) && (stride == 0 || stride >= width) && width > 4 && height > 4);
+    *numcorners = 0;
+    const Rings rings = takeRings(width);
+    const Detection d{srcImg, width, height, stride ? stride : width, border, xy, nCornersMax, numcorners, threshold};
+    detectCorners<VectorKernels>(d, rings, [](uint32_t, uint32_t) { return false; });
+    releaseRings(rings);
+}
+
+void obxCornerHarrisInMasku8V(const uint8_t* srcImg, uint32_t width, uint32_t height, uint32_t stride,
+                              uint32_t border, uint32_t* xy, uint32_t nCornersMax, uint32_t* numcorners,
+                              int32_t threshold, const uint8_t* bitMask, uint32_t maskWidth, uint32_t maskHeight) {
+    OMBRIX_ASSERT((srcImg) && (xy) && (numcorners) && (bitMask) && (width) && (height) && (stride == 0 || stride >= width) && (maskHeight) && (maskWidth));
+    *numcorners = 0;
+    int shift;
+    if (!maskShift(width, height, maskWidth, maskHeight, &shift)) return;
+    const Mask mask{bitMask, (maskWidth + 7) / 8, shift};
+    const Rings rings = takeRings(width);
+    const Detection d{srcImg, width, height, stride ? stride : width, border, xy, nCornersMax, numcorners, threshold};
+    detectCorners<VectorKernels>(d, rings, [&mask](uint32_t x, uint32_t y) { return mask.excludes(x, y); });
+    releaseRings(rings);
+}
+
+// The 11x11 patch in rows of 16 bytes, the pixels first. Lane k of a row's
+// gradient vectors holds column k + 1, so columns 1..9 fill lanes 0..8 and
+// the column sums of lanes 0..11 give the smoothed columns 3..10, of which
+// 3..7 are used; the lanes beyond come from the zeroed padding and only
+// reach values that are thrown away.
+int32_t obxLocalHarrisMaxu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                             uint32_t posX, uint32_t posY, uint32_t* maxX, uint32_t* maxY, uint32_t* maxScore) {
+    OMBRIX_ASSERT((src) && (srcWidth) && (srcHeight) && (srcStride == 0 || srcStride >= srcWidth) && (maxX) && (maxY) && (maxScore));
+    const uint32_t rowLen = srcStride ? srcStride : srcWidth;
+    if (!patchFits(posX, posY, rowLen, srcHeight)) return 0;
+
+    alignas(16) uint8_t patch[kPatch][16] = {};
+    for (uint32_t j = 0; j < kPatch; ++j)
+        memcpy(patch[j], src + static_cast<size_t>(posY - 5 + j) * rowLen + (posX - 5), kPatch);
+
+    alignas(16) int16_t products[kPatch][kPlanes][16];
+    for (uint32_t j = 1; j + 1 < kPatch; ++j) {
+        const uint8x16_t centre = vld1q_u8(patch[j]);
+        const int8x16_t gx = halfDifference16(vextq_u8(centre, centre, 2), centre);
+        const int8x16_t dy = halfDifference16(vld1q_u8(patch[j + 1]), vld1q_u8(patch[j - 1]));
+        const int8x16_t gy = vextq_s8(dy, dy, 1);
+        storeProducts8(vget_low_s8(gx), vget_low_s8(gy), products[j][0], products[j][1], products[j][2]);
+        storeProducts8(vget_high_s8(gx), vget_high_s8(gy), products[j][0] + 8, products[j][1] + 8,
+                       products[j][2] + 8);
+    }
+
+    int32_t responses[25];
+    for (uint32_t j = 3; j < 8; ++j) {
+        int16x8_t smoothed[kPlanes];
+        for (uint32_t p = 0; p < kPlanes; ++p) {
+            const int16_t* rows[kRingRows];
+            for (uint32_t k = 0; k < kRingRows; ++k) rows[k] = products[j - 2 + k][p];
+            const int32x4_t a = columnSums4(rows, 0), b = columnSums4(rows, 4), c = columnSums4(rows, 8);
+            smoothed[p] = vcombine_s16(rowSmooth4(a, b), rowSmooth4(b, c));
+        }
+        int32_t row[8];
+        vst1q_s32(row, response4(vget_low_s16(smoothed[0]), vget_low_s16(smoothed[1]), vget_low_s16(smoothed[2])));
+        vst1q_s32(row + 4,
+                  response4(vget_high_s16(smoothed[0]), vget_high_s16(smoothed[1]), vget_high_s16(smoothed[2])));
+        memcpy(responses + 5 * (j - 3), row, 5 * sizeof(int32_t));
+    }
+    return reportStrongest(responses, posX, posY, maxX, maxY, maxScore);
+}
+
+}  // extern "C"
