@@ -251,8 +251,9 @@ Workload<obxFilterCanny3x3u8_v2_fn> workload(const std::string&, const Scene& s,
             }};
 }
 
-// Harris corners above a response of 10^6 (a few hundred on the 640x480
-// scene), into a list that holds them all, then the count.
+// Harris corners above a response of 10^6 (about 1500 on the 640x480
+// scene; some 9% of its pixels pass the threshold), into a list that holds
+// them all, then the count.
 constexpr uint32_t kHarrisCapacity = 4096;
 constexpr int32_t kHarrisThreshold = 1000000;
 

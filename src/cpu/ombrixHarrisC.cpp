@@ -22,10 +22,10 @@ struct ScalarKernels {
                           int32_t* out) {
         responseRow(sxx, syy, sxy, first, end, out);
     }
-    template <typename Visit>
-    static bool aboveThreshold(const int32_t* responses, uint32_t first, uint32_t end, int32_t threshold,
-                               const Visit& visit) {
-        return scanAboveThreshold(responses, first, end, threshold, visit);
+    template <typename Corner>
+    static bool corners(const int32_t* const* rows, uint32_t first, uint32_t end, int32_t threshold,
+                        const Corner& corner) {
+        return scanCorners(rows, first, end, threshold, corner);
     }
 };
 

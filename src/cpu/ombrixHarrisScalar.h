@@ -100,14 +100,14 @@ static inline bool isStrictMaximum(const int32_t* const* rows, uint32_t x) {
     return true;
 }
 
-// Calls visit(x) for the columns of [first, end) whose response passes the
-// threshold (strictly), in increasing order; stops and returns true as soon
-// as visit does.
-template <typename Visit>
-inline bool scanAboveThreshold(const int32_t* responses, uint32_t first, uint32_t end, int32_t threshold,
-                               const Visit& visit) {
+// Calls corner(x) for the columns of [first, end) whose response passes
+// the threshold (strictly) and is a strict maximum, in increasing order;
+// stops and returns true as soon as corner does.
+template <typename Corner>
+inline bool scanCorners(const int32_t* const* rows, uint32_t first, uint32_t end, int32_t threshold,
+                        const Corner& corner) {
     for (uint32_t x = first; x < end; ++x)
-        if (responses[x] > threshold && visit(x)) return true;
+        if (rows[2][x] > threshold && isStrictMaximum(rows, x) && corner(x)) return true;
     return false;
 }
 
@@ -187,9 +187,10 @@ struct Detection {
 };
 
 // The Harris pipeline over the rows of an image, with the row kernels of
-// Kernels (products, smooth, responses, aboveThreshold: the functions above
-// or vector forms of them) and Excluded(x, y) deciding whether a corner
-// that passed both tests is dropped.
+// Kernels (products, smooth, responses, corners: productsRow, smoothRow,
+// responseRow and scanCorners above, or vector forms of them) and
+// Excluded(x, y) deciding whether a corner that passed both tests is
+// dropped.
 //
 // Only what the examined pixels need is computed: responses in columns and
 // rows e - 2 .. size - e + 1, smoothed values there, products two further
@@ -216,8 +217,8 @@ void detectCorners(const Detection& d, const Rings& rings, const Excluded& exclu
     uint32_t found = 0;
     const int32_t* around[kRingRows];  // response rows y - 2 .. y + 2
     uint32_t examined = 0;             // the row being examined
-    auto visit = [&](uint32_t x) {
-        if (!isStrictMaximum(around, x) || excluded(x, examined)) return false;
+    auto corner = [&](uint32_t x) {
+        if (excluded(x, examined)) return false;
         d.xy[2 * found] = x;
         d.xy[2 * found + 1] = examined;
         *d.count = ++found;
@@ -237,7 +238,7 @@ void detectCorners(const Detection& d, const Rings& rings, const Excluded& exclu
         if (y < top + 4) continue;
         examined = y - 2;
         for (uint32_t j = 0; j < kRingRows; ++j) around[j] = responseSlot(examined - 2 + j);
-        if (Kernels::aboveThreshold(around[2], e, width - e, d.threshold, visit)) return;
+        if (Kernels::corners(around, e, width - e, d.threshold, corner)) return;
     }
 }
 

@@ -10,9 +10,12 @@
 //             vext and narrows after the one >> 8;
 //   responses four or eight at a time in s32;
 //   examine   sixteen responses at a time against the threshold, so that
-//             the many pixels below it cost one comparison per group; the
-//             groups with a candidate, and the last columns of a row, go
-//             through the reference's scalar scan and maximum test.
+//             the many pixels below it cost one comparison per group; in
+//             groups with a candidate, eight pixels at a time against the
+//             largest of their 24 neighbours (the four outer rows' maximum
+//             first, then five columns of it by vext, and the centre row's
+//             four); the last columns of a row go through the reference's
+//             scan.
 // Steps that do not fill a row end with a step moved back to end at the
 // row's end, rewriting equal values.
 
@@ -64,46 +67,80 @@ void productsRowV(const uint8_t* above, const uint8_t* centre, const uint8_t* be
 
 // ---- Smoothing -------------------------------------------------------------------------
 
-// 1 4 6 4 1 down columns [x, x + 4) of five product rows.
-OMBRIX_ALWAYS_INLINE int32x4_t columnSums4(const int16_t* const* rows, uint32_t x) {
-    const int32x4_t outer = vaddl_s16(vld1_s16(rows[0] + x), vld1_s16(rows[4] + x));
-    const int32x4_t sum = vmlaq_n_s32(outer, vaddl_s16(vld1_s16(rows[1] + x), vld1_s16(rows[3] + x)), 4);
-    return vmlal_n_s16(sum, vld1_s16(rows[2] + x), 6);
+// Five product rows of one plane, held in registers across a row's loop.
+struct ProductRows {
+    const int16_t *r0, *r1, *r2, *r3, *r4;
+};
+
+// The weights 4 and 6, made once per row: GCC rebuilds the scalar operand
+// of vmlaq_n_s32 in every step of a loop.
+struct Weights {
+    int32x4_t four, six;
+    int16x4_t six16;
+    Weights() : four(vdupq_n_s32(4)), six(vdupq_n_s32(6)), six16(vdup_n_s16(6)) {}
+};
+
+// 1 4 6 4 1 down columns [x, x + 4).
+OMBRIX_ALWAYS_INLINE int32x4_t columnSums4(const ProductRows& p, uint32_t x, const Weights& k) {
+    const int32x4_t outer = vaddl_s16(vld1_s16(p.r0 + x), vld1_s16(p.r4 + x));
+    const int32x4_t sum = vmlaq_s32(outer, vaddl_s16(vld1_s16(p.r1 + x), vld1_s16(p.r3 + x)), k.four);
+    return vmlal_s16(sum, vld1_s16(p.r2 + x), k.six16);
 }
 
 // The same for columns [x, x + 8), as two halves.
-OMBRIX_ALWAYS_INLINE void columnSums8(const int16_t* const* rows, uint32_t x, int32x4_t* low, int32x4_t* high) {
-    const int16x8_t r0 = vld1q_s16(rows[0] + x), r1 = vld1q_s16(rows[1] + x), r2 = vld1q_s16(rows[2] + x),
-                    r3 = vld1q_s16(rows[3] + x), r4 = vld1q_s16(rows[4] + x);
-    *low = vmlal_n_s16(vmlaq_n_s32(vaddl_s16(vget_low_s16(r0), vget_low_s16(r4)),
-                                   vaddl_s16(vget_low_s16(r1), vget_low_s16(r3)), 4),
-                       vget_low_s16(r2), 6);
-    *high = vmlal_n_s16(vmlaq_n_s32(vaddl_s16(vget_high_s16(r0), vget_high_s16(r4)),
-                                    vaddl_s16(vget_high_s16(r1), vget_high_s16(r3)), 4),
-                        vget_high_s16(r2), 6);
+OMBRIX_ALWAYS_INLINE void columnSums8(const ProductRows& p, uint32_t x, const Weights& k, int32x4_t* low,
+                                      int32x4_t* high) {
+    const int16x8_t r0 = vld1q_s16(p.r0 + x), r1 = vld1q_s16(p.r1 + x), r2 = vld1q_s16(p.r2 + x),
+                    r3 = vld1q_s16(p.r3 + x), r4 = vld1q_s16(p.r4 + x);
+    *low = vmlal_s16(vmlaq_s32(vaddl_s16(vget_low_s16(r0), vget_low_s16(r4)),
+                               vaddl_s16(vget_low_s16(r1), vget_low_s16(r3)), k.four),
+                     vget_low_s16(r2), k.six16);
+    *high = vmlal_s16(vmlaq_s32(vaddl_s16(vget_high_s16(r0), vget_high_s16(r4)),
+                                vaddl_s16(vget_high_s16(r1), vget_high_s16(r3)), k.four),
+                      vget_high_s16(r2), k.six16);
 }
 
 // Smoothed values of columns [c + 2, c + 6) from the column sums of
 // [c, c + 4) and [c + 4, c + 8): 1 4 6 4 1 along the row, then the >> 8.
-OMBRIX_ALWAYS_INLINE int16x4_t rowSmooth4(int32x4_t a, int32x4_t b) {
+OMBRIX_ALWAYS_INLINE int16x4_t rowSmooth4(int32x4_t a, int32x4_t b, const Weights& k) {
     const int32x4_t outer = vaddq_s32(a, b);
     const int32x4_t inner = vaddq_s32(vextq_s32(a, b, 1), vextq_s32(a, b, 3));
-    return vshrn_n_s32(vmlaq_n_s32(vmlaq_n_s32(outer, inner, 4), vextq_s32(a, b, 2), 6), 8);
+    return vshrn_n_s32(vmlaq_s32(vmlaq_s32(outer, inner, k.four), vextq_s32(a, b, 2), k.six), 8);
 }
 
 // [first, end) holds at least 4 columns; products exist two beyond it.
 void smoothRowV(const int16_t* const* rows, uint32_t first, uint32_t end, int16_t* out) {
+    const ProductRows p{rows[0], rows[1], rows[2], rows[3], rows[4]};
+    const Weights k;
     uint32_t x = first;
-    int32x4_t sums = columnSums4(rows, x - 2);  // columns [x - 2, x + 2)
-    for (; x + 8 <= end; x += 8) {
-        int32x4_t middle, next;
-        columnSums8(rows, x + 2, &middle, &next);
-        vst1q_s16(out + x, vcombine_s16(rowSmooth4(sums, middle), rowSmooth4(middle, next)));
-        sums = next;
+    int32x4_t sums = columnSums4(p, x - 2, k);  // columns [x - 2, x + 2)
+    if (x + 8 <= end) {
+        // Sixteen columns a step, then eight if needed; the rows walk by
+        // pointer, which lets the loads advance them.
+        ProductRows at{p.r0 + x + 2, p.r1 + x + 2, p.r2 + x + 2, p.r3 + x + 2, p.r4 + x + 2};
+        int16_t* o = out + x;
+        const uint32_t steps = (end - x) / 8;
+        for (uint32_t i = 0; i + 2 <= steps; i += 2) {
+            int32x4_t b, c, d, e;
+            columnSums8(at, 0, k, &b, &c);
+            columnSums8(at, 8, k, &d, &e);
+            vst1q_s16(o, vcombine_s16(rowSmooth4(sums, b, k), rowSmooth4(b, c, k)));
+            vst1q_s16(o + 8, vcombine_s16(rowSmooth4(c, d, k), rowSmooth4(d, e, k)));
+            sums = e;
+            at = {at.r0 + 16, at.r1 + 16, at.r2 + 16, at.r3 + 16, at.r4 + 16};
+            o += 16;
+        }
+        if (steps % 2) {
+            int32x4_t b, c;
+            columnSums8(at, 0, k, &b, &c);
+            vst1q_s16(o, vcombine_s16(rowSmooth4(sums, b, k), rowSmooth4(b, c, k)));
+            sums = c;
+        }
+        x += 8 * steps;
     }
     while (x < end) {
         const uint32_t at = x + 4 <= end ? x : end - 4;
-        vst1_s16(out + at, rowSmooth4(columnSums4(rows, at - 2), columnSums4(rows, at + 2)));
+        vst1_s16(out + at, rowSmooth4(columnSums4(p, at - 2, k), columnSums4(p, at + 2, k), k));
         x = at + 4;
     }
 }
@@ -139,6 +176,47 @@ OMBRIX_ALWAYS_INLINE bool anyAbove(int32x4_t values, int32x4_t threshold) {
     return vget_lane_u64(vreinterpret_u64_u16(above), 0) != 0;
 }
 
+// Corners among the centre-row columns [c + 2, c + 6), given for columns
+// [c, c + 4) and [c + 4, c + 8) the largest response of the four other rows
+// (outerA, outerB) and the centre row's responses (centreA, centreB): the
+// centre must beat the threshold and the largest of its 24 neighbours.
+OMBRIX_ALWAYS_INLINE uint32x4_t corners4(int32x4_t outerA, int32x4_t outerB, int32x4_t centreA, int32x4_t centreB,
+                                         int32x4_t threshold) {
+    const int32x4_t centre = vextq_s32(centreA, centreB, 2);
+    const int32x4_t outer = vmaxq_s32(vmaxq_s32(vmaxq_s32(outerA, outerB), vextq_s32(outerA, outerB, 2)),
+                                      vmaxq_s32(vextq_s32(outerA, outerB, 1), vextq_s32(outerA, outerB, 3)));
+    const int32x4_t sides = vmaxq_s32(vmaxq_s32(centreA, centreB),
+                                      vmaxq_s32(vextq_s32(centreA, centreB, 1), vextq_s32(centreA, centreB, 3)));
+    return vandq_u32(vcgtq_s32(centre, vmaxq_s32(outer, sides)), vcgtq_s32(centre, threshold));
+}
+
+// The largest of the four outer rows' responses at columns [x, x + 4).
+OMBRIX_ALWAYS_INLINE int32x4_t outerMax4(const int32_t* const* rows, uint32_t x) {
+    return vmaxq_s32(vmaxq_s32(vld1q_s32(rows[0] + x), vld1q_s32(rows[1] + x)),
+                     vmaxq_s32(vld1q_s32(rows[3] + x), vld1q_s32(rows[4] + x)));
+}
+
+// One byte per column of [x, x + 8), 1 where a corner is, 0 elsewhere;
+// reads the responses of columns x - 2 .. x + 9.
+OMBRIX_ALWAYS_INLINE uint64_t corners8(const int32_t* const* rows, uint32_t x, int32x4_t threshold) {
+    const int32x4_t outerA = outerMax4(rows, x - 2), outerB = outerMax4(rows, x + 2), outerC = outerMax4(rows, x + 6);
+    const int32_t* centre = rows[2];
+    const int32x4_t centreA = vld1q_s32(centre + x - 2), centreB = vld1q_s32(centre + x + 2),
+                    centreC = vld1q_s32(centre + x + 6);
+    const uint16x8_t found = vcombine_u16(vmovn_u32(corners4(outerA, outerB, centreA, centreB, threshold)),
+                                          vmovn_u32(corners4(outerB, outerC, centreB, centreC, threshold)));
+    return vget_lane_u64(vreinterpret_u64_u8(vand_u8(vmovn_u16(found), vdup_n_u8(1))), 0);
+}
+
+// Passes the corners of [x, x + 8) to corner() in order.
+template <typename Corner>
+OMBRIX_ALWAYS_INLINE bool reportCorners8(const int32_t* const* rows, uint32_t x, int32x4_t threshold,
+                                         const Corner& corner) {
+    for (uint64_t found = corners8(rows, x, threshold); found; found &= found - 1)
+        if (corner(x + static_cast<uint32_t>(__builtin_ctzll(found)) / 8)) return true;
+    return false;
+}
+
 struct VectorKernels {
     static void products(const uint8_t* above, const uint8_t* centre, const uint8_t* below, uint32_t first,
                          uint32_t end, int16_t* gxx, int16_t* gyy, int16_t* gxy) {
@@ -152,20 +230,27 @@ struct VectorKernels {
         responseRowV(sxx, syy, sxy, first, end, out);
     }
     // Groups of 16 whose largest response is not above the threshold are
-    // skipped whole; the others, and the columns after the last group, are
-    // scanned one by one.
-    template <typename Visit>
-    static bool aboveThreshold(const int32_t* responses, uint32_t first, uint32_t end, int32_t threshold,
-                               const Visit& visit) {
+    // skipped whole; in the others each half of 8 is tested at once against
+    // all its neighbours. The columns after the last group go through the
+    // reference's scan.
+    template <typename Corner>
+    static bool corners(const int32_t* const* rows, uint32_t first, uint32_t end, int32_t threshold,
+                        const Corner& corner) {
         const int32x4_t limit = vdupq_n_s32(threshold);
+        const int32_t* centre = rows[2];
         uint32_t x = first;
         for (; x + 16 <= end; x += 16) {
-            const int32_t* r = responses + x;
+            const int32_t* r = centre + x;
             const int32x4_t largest = vmaxq_s32(vmaxq_s32(vld1q_s32(r), vld1q_s32(r + 4)),
                                                 vmaxq_s32(vld1q_s32(r + 8), vld1q_s32(r + 12)));
-            if (anyAbove(largest, limit) && scanAboveThreshold(responses, x, x + 16, threshold, visit)) return true;
+            if (!anyAbove(largest, limit)) continue;
+            if (reportCorners8(rows, x, limit, corner) || reportCorners8(rows, x + 8, limit, corner)) return true;
         }
-        return scanAboveThreshold(responses, x, end, threshold, visit);
+        if (x + 8 <= end) {
+            if (reportCorners8(rows, x, limit, corner)) return true;
+            x += 8;
+        }
+        return scanCorners(rows, x, end, threshold, corner);
     }
 };
 
@@ -223,14 +308,17 @@ int32_t obxLocalHarrisMaxu8V(const uint8_t* src, uint32_t srcWidth, uint32_t src
                        products[j][2] + 8);
     }
 
+    const Weights k;
     int32_t responses[25];
     for (uint32_t j = 3; j < 8; ++j) {
         int16x8_t smoothed[kPlanes];
         for (uint32_t p = 0; p < kPlanes; ++p) {
-            const int16_t* rows[kRingRows];
-            for (uint32_t k = 0; k < kRingRows; ++k) rows[k] = products[j - 2 + k][p];
-            const int32x4_t a = columnSums4(rows, 0), b = columnSums4(rows, 4), c = columnSums4(rows, 8);
-            smoothed[p] = vcombine_s16(rowSmooth4(a, b), rowSmooth4(b, c));
+            const ProductRows rows{products[j - 2][p], products[j - 1][p], products[j][p], products[j + 1][p],
+                                   products[j + 2][p]};
+            int32x4_t a, b;
+            columnSums8(rows, 0, k, &a, &b);
+            const int32x4_t c = columnSums4(rows, 8, k);
+            smoothed[p] = vcombine_s16(rowSmooth4(a, b, k), rowSmooth4(b, c, k));
         }
         int32_t row[8];
         vst1q_s32(row, response4(vget_low_s16(smoothed[0]), vget_low_s16(smoothed[1]), vget_low_s16(smoothed[2])));
