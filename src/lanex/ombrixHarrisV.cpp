@@ -4,10 +4,10 @@
 //             the 9-bit difference and keeps its bits 8..1, which read as
 //             s8 is exactly the floor shift (a - b) >> 1; vmull_s8 gives
 //             the three products as s16;
-//   smooth    the 1 4 6 4 1 column sums in s32 (they reach 262144), eight
-//             columns per step, carried along the row so that every column
-//             is summed once; the row pass takes its five neighbours by
-//             vext and narrows after the one >> 8;
+//   smooth    the 1 4 6 4 1 column sums in s32 (they reach 262144),
+//             sixteen columns per step, carried along the row so that every
+//             column is summed once; the row pass takes its five neighbours
+//             by vext and narrows after the one >> 8;
 //   responses four or eight at a time in s32;
 //   examine   sixteen responses at a time against the threshold, so that
 //             the many pixels below it cost one comparison per group; in
@@ -17,7 +17,9 @@
 //             four); the last columns of a row go through the reference's
 //             scan.
 // Steps that do not fill a row end with a step moved back to end at the
-// row's end, rewriting equal values.
+// row's end, rewriting equal values. The local maximum holds the patch's
+// rows in vectors, keeps one row of products per step on the stack and
+// smooths twelve lanes per row, of which five are used.
 
 // On hosts with AVX-512, SIMDe translates the halving subtraction through
 // GCC's _mm256_cvtepi16_epi8, whose own header trips -Wmaybe-uninitialized.
@@ -282,34 +284,43 @@ void obxCornerHarrisInMasku8V(const uint8_t* srcImg, uint32_t width, uint32_t he
     releaseRings(rings);
 }
 
-// The 11x11 patch in rows of 16 bytes, the pixels first. Lane k of a row's
-// gradient vectors holds column k + 1, so columns 1..9 fill lanes 0..8 and
-// the column sums of lanes 0..11 give the smoothed columns 3..10, of which
-// 3..7 are used; the lanes beyond come from the zeroed padding and only
-// reach values that are thrown away.
+// Row j of the 11x11 patch in lanes 0..10 of a vector, from two
+// overlapping 8-byte loads that stay within the patch; lanes 11..15 repeat
+// bytes 3..7 and only reach results that are thrown away.
+OMBRIX_ALWAYS_INLINE uint8x16_t patchRow(const uint8_t* row) {
+    const uint8x8_t tail = vld1_u8(row + 3);
+    return vcombine_u8(vld1_u8(row), vext_u8(tail, tail, 5));
+}
+
+// Lane k of a row's gradient vectors holds column k + 1 of the patch, so
+// columns 1..9 fill lanes 0..8; the column sums of lanes 0..11 give the
+// smoothed columns 3..10, of which 3..7 (lanes 0..4) are used.
 int32_t obxLocalHarrisMaxu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                              uint32_t posX, uint32_t posY, uint32_t* maxX, uint32_t* maxY, uint32_t* maxScore) {
     OMBRIX_ASSERT((src) && (srcWidth) && (srcHeight) && (srcStride == 0 || srcStride >= srcWidth) && (maxX) && (maxY) && (maxScore));
     const uint32_t rowLen = srcStride ? srcStride : srcWidth;
     if (!patchFits(posX, posY, rowLen, srcHeight)) return 0;
 
-    alignas(16) uint8_t patch[kPatch][16] = {};
-    for (uint32_t j = 0; j < kPatch; ++j)
-        memcpy(patch[j], src + static_cast<size_t>(posY - 5 + j) * rowLen + (posX - 5), kPatch);
-
+    const uint8_t* row = src + static_cast<size_t>(posY - 5) * rowLen + (posX - 5);
+    uint8x16_t above = patchRow(row), centre = patchRow(row + rowLen);
+    row += 2 * static_cast<size_t>(rowLen);
     alignas(16) int16_t products[kPatch][kPlanes][16];
-    for (uint32_t j = 1; j + 1 < kPatch; ++j) {
-        const uint8x16_t centre = vld1q_u8(patch[j]);
+#pragma GCC unroll 1
+    for (uint32_t j = 1; j + 1 < kPatch; ++j, row += rowLen) {
+        const uint8x16_t below = patchRow(row);
         const int8x16_t gx = halfDifference16(vextq_u8(centre, centre, 2), centre);
-        const int8x16_t dy = halfDifference16(vld1q_u8(patch[j + 1]), vld1q_u8(patch[j - 1]));
+        const int8x16_t dy = halfDifference16(below, above);
         const int8x16_t gy = vextq_s8(dy, dy, 1);
         storeProducts8(vget_low_s8(gx), vget_low_s8(gy), products[j][0], products[j][1], products[j][2]);
         storeProducts8(vget_high_s8(gx), vget_high_s8(gy), products[j][0] + 8, products[j][1] + 8,
                        products[j][2] + 8);
+        above = centre;
+        centre = below;
     }
 
     const Weights k;
     int32_t responses[25];
+#pragma GCC unroll 1
     for (uint32_t j = 3; j < 8; ++j) {
         int16x8_t smoothed[kPlanes];
         for (uint32_t p = 0; p < kPlanes; ++p) {
@@ -320,11 +331,12 @@ int32_t obxLocalHarrisMaxu8V(const uint8_t* src, uint32_t srcWidth, uint32_t src
             const int32x4_t c = columnSums4(rows, 8, k);
             smoothed[p] = vcombine_s16(rowSmooth4(a, b, k), rowSmooth4(b, c, k));
         }
-        int32_t row[8];
-        vst1q_s32(row, response4(vget_low_s16(smoothed[0]), vget_low_s16(smoothed[1]), vget_low_s16(smoothed[2])));
-        vst1q_s32(row + 4,
+        int32_t rowResponses[8];
+        vst1q_s32(rowResponses,
+                  response4(vget_low_s16(smoothed[0]), vget_low_s16(smoothed[1]), vget_low_s16(smoothed[2])));
+        vst1q_s32(rowResponses + 4,
                   response4(vget_high_s16(smoothed[0]), vget_high_s16(smoothed[1]), vget_high_s16(smoothed[2])));
-        memcpy(responses + 5 * (j - 3), row, 5 * sizeof(int32_t));
+        memcpy(responses + 5 * (j - 3), rowResponses, 5 * sizeof(int32_t));
     }
     return reportStrongest(responses, posX, posY, maxX, maxY, maxScore);
 }
