@@ -15,9 +15,9 @@
 // Gradients exist for 1 <= x <= width - 2, smoothed values and responses for
 // 3 <= x <= width - 4 (and likewise in y).
 //
-// Every function here is static (internal linkage) or a template used only
-// with types local to one file, so a copy compiled with NEON enabled in
-// src/lanex/ can never be merged into the reference path.
+// Everything here has internal linkage (an unnamed namespace), so a copy
+// compiled with NEON enabled in src/lanex/ can never be merged into the
+// reference path.
 #ifndef OMBRIX_HARRIS_SCALAR_H
 #define OMBRIX_HARRIS_SCALAR_H
 
@@ -29,11 +29,12 @@
 #include "ombrixKernels.h"
 
 namespace ombrix_harris {
+namespace {
 
 // Borders of 0 to 5 all mean 5: the 5x5 maximum around an examined pixel
-// needs responses two pixels further out, responses need smoothed products
-// two further, and those need gradients one further, which need one more
-// pixel: 2 + 2 + 1 = 5. With e >= 5 every response the test reads lies in
+// reads responses two pixels further out, a response smooths the products
+// up to two pixels further, and a product's gradients read one pixel
+// further still: 2 + 2 + 1 = 5. With e >= 5 every response the test reads lies in
 // columns e - 2 .. width - e + 1 and rows e - 2 .. height - e + 1, inside
 // the defined range 3 .. size - 4, so no undefined response is ever read.
 constexpr uint32_t kMinBorder = 5;
@@ -279,6 +280,7 @@ static inline int32_t reportStrongest(const int32_t* responses, uint32_t posX, u
     return 1;
 }
 
+}  // namespace
 }  // namespace ombrix_harris
 
 #endif  // OMBRIX_HARRIS_SCALAR_H
