@@ -25,7 +25,6 @@
 #include <stdint.h>
 #include <string.h>
 
-#include "ombrixAssert.h"
 #include "ombrixKernels.h"
 
 namespace ombrix_harris {
@@ -155,20 +154,20 @@ constexpr uint32_t productRingBytes(uint32_t width) { return width * kRingRows *
 constexpr uint32_t smoothedRowBytes(uint32_t width) { return width * kPlanes * sizeof(int16_t); }
 constexpr uint32_t responseRingBytes(uint32_t width) { return width * kRingRows * sizeof(int32_t); }
 
-// Takes the three buffers from the unaligned scratch slot; when one is
-// missing, releases those obtained and ends the process through the
-// assertion (which names the module of the including file).
-static inline Rings takeRings(uint32_t width) {
-    int16_t* grads = static_cast<int16_t*>(obxGetScratchBufferUnaligned_(productRingBytes(width)));
-    int16_t* blurgrads = static_cast<int16_t*>(obxGetScratchBufferUnaligned_(smoothedRowBytes(width)));
-    int32_t* corner = static_cast<int32_t*>(obxGetScratchBufferUnaligned_(responseRingBytes(width)));
-    if (!(corner && grads && blurgrads)) {
-        obxReleaseScratchBuffer_(corner);
-        obxReleaseScratchBuffer_(blurgrads);
-        obxReleaseScratchBuffer_(grads);
+// Requests the three buffers from the unaligned scratch slot, in this
+// order; when one is missing, releases those obtained and returns the null
+// among the others, for the caller's assertion to end the process (there,
+// so that the message names the caller's file and line).
+static inline Rings requestRings(uint32_t width) {
+    Rings rings{static_cast<int16_t*>(obxGetScratchBufferUnaligned_(productRingBytes(width))),
+                static_cast<int16_t*>(obxGetScratchBufferUnaligned_(smoothedRowBytes(width))),
+                static_cast<int32_t*>(obxGetScratchBufferUnaligned_(responseRingBytes(width)))};
+    if (!(rings.products && rings.smoothed && rings.responses)) {
+        obxReleaseScratchBuffer_(rings.responses);
+        obxReleaseScratchBuffer_(rings.smoothed);
+        obxReleaseScratchBuffer_(rings.products);
     }
-    OMBRIX_ASSERT(corner && grads && blurgrads);
-    return {grads, blurgrads, corner};
+    return rings;
 }
 
 static inline void releaseRings(const Rings& rings) {

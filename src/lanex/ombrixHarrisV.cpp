@@ -256,6 +256,14 @@ struct VectorKernels {
     }
 };
 
+// The three scratch buffers; a missing one ends the process.
+Rings takeRings(uint32_t width) {
+    const Rings rings = requestRings(width);
+    const void *grads = rings.products, *blurgrads = rings.smoothed, *corner = rings.responses;
+    OMBRIX_ASSERT(corner && grads && blurgrads);
+    return rings;
+}
+
 }  // namespace
 
 extern "C" {
