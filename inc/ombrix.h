@@ -661,6 +661,45 @@ typedef obxRgb888Convertu8_fn obxColorRGB888ToGrayu8_fn;
 OBX_DECLARE_OPERATION(obxColorRGB888ToGrayu8)
 OBX_API obxRgb888Convertu8_fn obxColorRGB888ToGrayu8C;
 
+/* ---- Harris corners ------------------------------------------------------------ */
+
+/* Harris corners of an 8-bit image, in integer arithmetic: gradients
+ * (I(x+1) - I(x-1)) >> 1 and (I(y+1) - I(y-1)) >> 1, their products smoothed
+ * by the 5x5 binomial (1 4 6 4 1)^2 with one >> 8, and the response
+ * R = Sxx*Syy - Sxy^2 - ((Sxx + Syy)^2 >> 4). A pixel at least
+ * max(border, 5) from every edge is a corner when R > threshold and R is
+ * strictly greater than the other 24 responses of its 5x5 neighbourhood.
+ * Corners go to xy as (x, y) pairs in raster order, at most nCornersMax of
+ * them; *numcorners gets their count. A stride of 0 means the width. */
+typedef void obxCornerHarrisu8_fn(const uint8_t* srcImg, uint32_t width, uint32_t height, uint32_t stride,
+                                  uint32_t border, uint32_t* xy, uint32_t nCornersMax, uint32_t* numcorners,
+                                  int32_t threshold);
+OBX_DECLARE_OPERATION(obxCornerHarrisu8)
+OBX_API obxCornerHarrisu8_fn obxCornerHarrisu8C;
+
+/* The same, dropping corners whose bit is set in bitMask (rows of
+ * ceil(maskWidth / 8) bytes, most significant bit first). The mask is the
+ * image's size or 2, 4 or 8 times larger or smaller in both dimensions; any
+ * other size gives no corners. */
+typedef void obxCornerHarrisInMasku8_fn(const uint8_t* srcImg, uint32_t width, uint32_t height, uint32_t stride,
+                                        uint32_t border, uint32_t* xy, uint32_t nCornersMax, uint32_t* numcorners,
+                                        int32_t threshold, const uint8_t* bitMask, uint32_t maskWidth,
+                                        uint32_t maskHeight);
+OBX_DECLARE_OPERATION(obxCornerHarrisInMasku8)
+OBX_API obxCornerHarrisInMasku8_fn obxCornerHarrisInMasku8C;
+
+/* The strongest Harris response in the 5x5 neighbourhood of (posX, posY),
+ * computed from the 11x11 patch around it: the first greatest in raster
+ * order, if it exceeds -1, goes to maxX, maxY and maxScore (the signed
+ * response) and the result is 1; otherwise 0 and nothing is written. The
+ * patch must lie within srcHeight rows and the stride (the width when the
+ * stride is 0), else the result is 0. */
+typedef int32_t obxLocalHarrisMaxu8_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                       uint32_t srcStride, uint32_t posX, uint32_t posY, uint32_t* maxX,
+                                       uint32_t* maxY, uint32_t* maxScore);
+OBX_DECLARE_OPERATION(obxLocalHarrisMaxu8)
+OBX_API obxLocalHarrisMaxu8_fn obxLocalHarrisMaxu8C;
+
 #ifdef __cplusplus
 }
 #endif

@@ -251,6 +251,42 @@ Workload<obxFilterCanny3x3u8_v2_fn> workload(const std::string&, const Scene& s,
             }};
 }
 
+// Harris corners above a response of 10^6 (about 1500 on the 640x480
+// scene; some 9% of its pixels pass the threshold), into a list that holds
+// them all, then the count.
+constexpr uint32_t kHarrisCapacity = 4096;
+constexpr int32_t kHarrisThreshold = 1000000;
+
+Workload<obxCornerHarrisu8_fn> workload(const std::string&, const Scene& s, obxCornerHarrisu8_fn*) {
+    return {double(s.pixels()), kHarrisCapacity * 8 + 4, {kHarrisCapacity * 8, 4},
+            [&s](obxCornerHarrisu8_fn* f, const std::vector<Bytes>& out) {
+                f(s.gray.data(), s.w, s.h, s.w, 0, out[0].as<uint32_t>(), kHarrisCapacity, out[1].as<uint32_t>(),
+                  kHarrisThreshold);
+            }};
+}
+
+// The same under an image-sized mask that excludes every other band of 16
+// rows.
+Workload<obxCornerHarrisInMasku8_fn> workload(const std::string&, const Scene& s, obxCornerHarrisInMasku8_fn*) {
+    const uint32_t rowBytes = (s.w + 7) / 8;
+    auto mask = std::make_shared<Bytes>(size_t{rowBytes} * s.h);
+    for (uint32_t y = 0; y < s.h; ++y) memset(mask->data() + size_t{y} * rowBytes, (y / 16) % 2 ? 0xFF : 0, rowBytes);
+    return {double(s.pixels()), kHarrisCapacity * 8 + 4, {kHarrisCapacity * 8, 4},
+            [&s, mask](obxCornerHarrisInMasku8_fn* f, const std::vector<Bytes>& out) {
+                f(s.gray.data(), s.w, s.h, s.w, 0, out[0].as<uint32_t>(), kHarrisCapacity, out[1].as<uint32_t>(),
+                  kHarrisThreshold, mask->data(), s.w, s.h);
+            }};
+}
+
+// One call at the scene's centre: x, y, score and the result.
+Workload<obxLocalHarrisMaxu8_fn> workload(const std::string&, const Scene& s, obxLocalHarrisMaxu8_fn*) {
+    return {1, 16, {16}, [&s](obxLocalHarrisMaxu8_fn* f, const std::vector<Bytes>& out) {
+                uint32_t* words = out[0].as<uint32_t>();
+                words[3] = static_cast<uint32_t>(f(s.gray.data(), s.w, s.h, s.w, s.w / 2, s.h / 2, &words[0], &words[1],
+                                                   &words[2]));
+            }};
+}
+
 // Output bytes per pixel of a YCbCr -> RGB operation, from its name.
 uint32_t rgbBytes(const std::string& name) { return contains(name, "RGBA8888") ? 4 : contains(name, "RGB888") ? 3 : 2; }
 

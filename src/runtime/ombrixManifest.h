@@ -162,6 +162,11 @@ OBX_OP(obxIntegrateImageLine64u8, obxIntegrateImageLine64u8C, obxIntegrateImageL
 OBX_OP(obxIntegrateImageYCbCr420PseudoPlanaru8, obxIntegrateImageYCbCr420PseudoPlanaru8C, obxIntegrateImageYCbCr420PseudoPlanaru8V)
 OBX_OP_REF(obxTiltedIntegralu8s32, obxTiltedIntegralu8s32C)
 
+/* Features: Harris corners */
+OBX_OP(obxCornerHarrisu8, obxCornerHarrisu8C, obxCornerHarrisu8V)
+OBX_OP(obxCornerHarrisInMasku8, obxCornerHarrisInMasku8C, obxCornerHarrisInMasku8V)
+OBX_OP(obxLocalHarrisMaxu8, obxLocalHarrisMaxu8C, obxLocalHarrisMaxu8V)
+
 #undef OBX_OP
 #undef OBX_OP_REF
 #undef OBX_OP_STATIC
