@@ -1,0 +1,268 @@
+// Vector FAST detection and scoring for arcs of 9 and 10, shared by the
+// FAST9, masked FAST9 and FAST10 vector variants.
+//
+// Detection tests 16 consecutive centres at a time. Each circle position is
+// one 16-byte load (the position's pixel for all 16 centres), compared with
+// the centres' saturated thresholds. Every arc of 9 or more holds two
+// neighbouring compass points (0 and 4, 4 and 8, 8 and 12, 12 and 0), which
+// is ((0 or 8) and (4 or 12)) for one polarity; centres failing that for both
+// polarities are rejected after four loads, and most steps end there. The
+// other steps read the whole circle, pack each polarity's 16 comparisons into
+// two bytes a centre (positions 0-7 and 8-15, most significant bit first) and
+// look for the arc with rotations of that 16-bit ring.
+//
+// The corners of a row go to a list of x positions in scratch memory (at most
+// one a pixel, so 2048 entries bound the width) and from there, in order, to
+// the caller's list, where the mask and the capacity apply as in the
+// reference scan: detection has no side effects, so masked pixels can be
+// dropped afterwards.
+//
+// The score is computed directly rather than by bisection: the test passes
+// at threshold b exactly when b < A - p or b < p - B, with A the largest
+// minimum and B the smallest maximum of the circle pixels over all arcs, so
+// the bisection, which finds the largest passing b from barrier up (or
+// barrier when none passes), returns max(barrier, max(A - p, p - B) - 1).
+#ifndef OMBRIX_FAST_LANES_H
+#define OMBRIX_FAST_LANES_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "ombrixAssert.h"
+#include "ombrixFastScalar.h"
+#include "ombrixKernels.h"
+#include "ombrixNeon.h"
+
+namespace ombrix_fast {
+namespace {
+
+// Thresholds of 16 centres p. From barrier 0 on (k = min(b, 255)), brighter
+// is v > p + k and darker v < p - k, the sums saturated: p + k >= 255 leaves
+// nothing brighter and p - k <= 0 nothing darker, as in signed arithmetic.
+struct StrictThresholds {
+    uint8x16_t hi, lo;
+    OMBRIX_ALWAYS_INLINE StrictThresholds(uint8x16_t p, uint8x16_t k) : hi(vqaddq_u8(p, k)), lo(vqsubq_u8(p, k)) {}
+    OMBRIX_ALWAYS_INLINE uint8x16_t brighter(uint8x16_t v) const { return vcgtq_u8(v, hi); }
+    OMBRIX_ALWAYS_INLINE uint8x16_t darker(uint8x16_t v) const { return vcltq_u8(v, lo); }
+};
+
+// Below barrier 0 (k = min(-b - 1, 255)): v > p + b is v >= p - k and v < p - b
+// is v <= p + k, and saturation again keeps the signed result (p - k <= 0:
+// everything is brighter).
+struct InclusiveThresholds {
+    uint8x16_t hi, lo;
+    OMBRIX_ALWAYS_INLINE InclusiveThresholds(uint8x16_t p, uint8x16_t k)
+        : hi(vqsubq_u8(p, k)), lo(vqaddq_u8(p, k)) {}
+    OMBRIX_ALWAYS_INLINE uint8x16_t brighter(uint8x16_t v) const { return vcgeq_u8(v, hi); }
+    OMBRIX_ALWAYS_INLINE uint8x16_t darker(uint8x16_t v) const { return vcleq_u8(v, lo); }
+};
+
+OMBRIX_ALWAYS_INLINE bool anyLane(uint8x16_t m) {
+    const uint8x8_t folded = vorr_u8(vget_low_u8(m), vget_high_u8(m));
+    return vget_lane_u64(vreinterpret_u64_u8(folded), 0) != 0;
+}
+
+// Bit i set for every lane i that is all ones.
+OMBRIX_ALWAYS_INLINE uint32_t laneBits(uint8x16_t m) {
+    static const uint8_t kWeights[16] = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
+    const uint8x16_t weighted = vandq_u8(m, vld1q_u8(kWeights));
+    uint8x8_t sums = vpadd_u8(vget_low_u8(weighted), vget_high_u8(weighted));
+    sums = vpadd_u8(sums, sums);
+    sums = vpadd_u8(sums, sums);  // lane 0: lanes 0-7, lane 1: lanes 8-15
+    return vget_lane_u16(vreinterpret_u16_u8(sums), 0);
+}
+
+// One polarity's comparisons packed into a ring of 16 bits a centre: `first`
+// holds positions 0-7, `second` 8-15, position 0 and 8 in the top bits.
+struct Ring {
+    uint8x16_t first, second;
+};
+
+// The ring rotated so that each position takes the bit of the one K after it.
+template <int K>
+OMBRIX_ALWAYS_INLINE Ring rotate(const Ring& r) {
+    return {vsriq_n_u8(vshlq_n_u8(r.first, K), r.second, 8 - K), vsriq_n_u8(vshlq_n_u8(r.second, K), r.first, 8 - K)};
+}
+template <int K>
+OMBRIX_ALWAYS_INLINE Ring andRotated(const Ring& r) {
+    const Ring s = rotate<K>(r);
+    return {vandq_u8(r.first, s.first), vandq_u8(r.second, s.second)};
+}
+
+// All ones in the lanes whose ring holds N consecutive set bits.
+template <int N>
+OMBRIX_ALWAYS_INLINE uint8x16_t arcLanes(const Ring& ring) {
+    const Ring run8 = andRotated<4>(andRotated<2>(andRotated<1>(ring)));
+    const Ring run = andRotated<N - 8>(run8);
+    return vtstq_u8(vorrq_u8(run.first, run.second), vdupq_n_u8(0xFF));
+}
+
+// Circle position I's comparisons of the 16 centres, packed into bit
+// 7 - I % 8 of the polarity's byte for its half of the ring.
+template <int I, typename Thresholds>
+OMBRIX_ALWAYS_INLINE void pack(const Thresholds& t, uint8x16_t v, uint8x16_t& bright, uint8x16_t& dark) {
+    if constexpr (I % 8 == 0) {
+        bright = t.brighter(v);
+        dark = t.darker(v);
+    } else {
+        bright = vsriq_n_u8(bright, t.brighter(v), I % 8);
+        dark = vsriq_n_u8(dark, t.darker(v), I % 8);
+    }
+}
+template <int I, typename Thresholds>
+OMBRIX_ALWAYS_INLINE void loadAndPack(const Thresholds& t, const uint8_t* c, const int32_t* offsets,
+                                      uint8x16_t& bright, uint8x16_t& dark) {
+    pack<I>(t, vld1q_u8(c + offsets[I]), bright, dark);
+}
+
+// The corners among the 16 centres from c on, as bits.
+template <int N, typename Thresholds>
+OMBRIX_ALWAYS_INLINE uint32_t cornerBits(const uint8_t* c, const int32_t* offsets, uint8x16_t k) {
+    const Thresholds t(vld1q_u8(c), k);
+    const uint8x16_t v0 = vld1q_u8(c + offsets[0]), v8 = vld1q_u8(c + offsets[8]);
+    const uint8x16_t v4 = vld1q_u8(c + offsets[4]), v12 = vld1q_u8(c + offsets[12]);
+    const uint8x16_t brightPair =
+        vandq_u8(vorrq_u8(t.brighter(v0), t.brighter(v8)), vorrq_u8(t.brighter(v4), t.brighter(v12)));
+    const uint8x16_t darkPair = vandq_u8(vorrq_u8(t.darker(v0), t.darker(v8)), vorrq_u8(t.darker(v4), t.darker(v12)));
+    const bool anyBright = anyLane(brightPair), anyDark = anyLane(darkPair);
+    if (!anyBright && !anyDark) return 0;
+
+    Ring bright, dark;
+    pack<0>(t, v0, bright.first, dark.first);
+    loadAndPack<1>(t, c, offsets, bright.first, dark.first);
+    loadAndPack<2>(t, c, offsets, bright.first, dark.first);
+    loadAndPack<3>(t, c, offsets, bright.first, dark.first);
+    pack<4>(t, v4, bright.first, dark.first);
+    loadAndPack<5>(t, c, offsets, bright.first, dark.first);
+    loadAndPack<6>(t, c, offsets, bright.first, dark.first);
+    loadAndPack<7>(t, c, offsets, bright.first, dark.first);
+    pack<8>(t, v8, bright.second, dark.second);
+    loadAndPack<9>(t, c, offsets, bright.second, dark.second);
+    loadAndPack<10>(t, c, offsets, bright.second, dark.second);
+    loadAndPack<11>(t, c, offsets, bright.second, dark.second);
+    pack<12>(t, v12, bright.second, dark.second);
+    loadAndPack<13>(t, c, offsets, bright.second, dark.second);
+    loadAndPack<14>(t, c, offsets, bright.second, dark.second);
+    loadAndPack<15>(t, c, offsets, bright.second, dark.second);
+    uint8x16_t corners = anyBright ? arcLanes<N>(bright) : vdupq_n_u8(0);
+    if (anyDark) corners = vorrq_u8(corners, arcLanes<N>(dark));
+    return laneBits(corners);
+}
+
+// The x of every corner of one row in [first, end), in order; returns their
+// number. Rows of 16 centres or more go in steps of 16, the last step moved
+// back to end at `end` with the centres already tested dropped; every load
+// stays within the row's first and last pixel as first >= 3 and end <= width - 3.
+template <int N, typename Thresholds>
+uint32_t rowCorners(const uint8_t* row, const int32_t* offsets, uint32_t first, uint32_t end, int32_t barrier,
+                    uint8x16_t k, uint16_t* corners) {
+    uint32_t n = 0;
+    const auto emit = [&](uint32_t bits, uint32_t base) {
+        for (; bits; bits &= bits - 1) corners[n++] = static_cast<uint16_t>(base + __builtin_ctz(bits));
+    };
+    if (end - first < 16) {
+        for (uint32_t x = first; x < end; ++x)
+            if (isCorner<N>(row + x, offsets, barrier)) corners[n++] = static_cast<uint16_t>(x);
+        return n;
+    }
+    uint32_t x = first;
+    for (; x + 16 <= end; x += 16) emit(cornerBits<N, Thresholds>(row + x, offsets, k), x);
+    if (x < end) emit(cornerBits<N, Thresholds>(row + end - 16, offsets, k) >> (x + 16 - end), x);
+    return n;
+}
+
+// The vector scan: rows of corners into scratch, then into the caller's list
+// with the mask and the capacity applied as the reference applies them.
+template <int N, typename Mask>
+void detectRows(const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride, int32_t barrier,
+                uint32_t border, uint32_t* xy, uint32_t nCornersMax, uint32_t* count, const Mask& mask) {
+    const ScanWindow window = scanWindow(width, height, border);
+    if (window.empty()) return;
+    uint16_t* corners = static_cast<uint16_t*>(obxGetScratchBufferUnaligned_(width * sizeof(uint16_t)));
+    OMBRIX_ASSERT(corners);
+    const uint32_t pitch = rowPitch(stride, width);
+    int32_t offsets[16];
+    circleOffsets(offsets, pitch);
+    const bool strict = barrier >= 0;
+    const int32_t k = strict ? barrier : -(barrier + 1);
+    const uint8x16_t lanesK = vdupq_n_u8(static_cast<uint8_t>(k > 255 ? 255 : k));
+    CornerSink sink{xy, nCornersMax, 0};
+    for (uint32_t y = window.first; y < window.rowEnd; ++y) {
+        const uint8_t* row = src + static_cast<size_t>(y) * pitch;
+        const uint32_t n =
+            strict ? rowCorners<N, StrictThresholds>(row, offsets, window.first, window.columnEnd, barrier, lanesK,
+                                                     corners)
+                   : rowCorners<N, InclusiveThresholds>(row, offsets, window.first, window.columnEnd, barrier,
+                                                        lanesK, corners);
+        uint32_t i = 0;
+        for (; i < n; ++i)
+            if (!mask.excludes(corners[i], y) && sink.add(corners[i], y)) break;
+        if (i < n) break;
+    }
+    *count = sink.count;
+    obxReleaseScratchBuffer_(corners);
+}
+
+// ---- Score --------------------------------------------------------------------
+
+// Lane i: the minimum (maximum) of the ring's lanes i .. i + N - 1.
+template <int N>
+OMBRIX_ALWAYS_INLINE uint8x16_t arcMin(uint8x16_t v) {
+    const uint8x16_t m2 = vminq_u8(v, vextq_u8(v, v, 1));
+    const uint8x16_t m4 = vminq_u8(m2, vextq_u8(m2, m2, 2));
+    const uint8x16_t m8 = vminq_u8(m4, vextq_u8(m4, m4, 4));
+    return vminq_u8(m8, vextq_u8(m8, m8, N - 8));
+}
+template <int N>
+OMBRIX_ALWAYS_INLINE uint8x16_t arcMax(uint8x16_t v) {
+    const uint8x16_t m2 = vmaxq_u8(v, vextq_u8(v, v, 1));
+    const uint8x16_t m4 = vmaxq_u8(m2, vextq_u8(m2, m2, 2));
+    const uint8x16_t m8 = vmaxq_u8(m4, vextq_u8(m4, m4, 4));
+    return vmaxq_u8(m8, vextq_u8(m8, m8, N - 8));
+}
+
+OMBRIX_ALWAYS_INLINE int32_t largestLane(uint8x16_t v) {
+    uint8x8_t m = vmax_u8(vget_low_u8(v), vget_high_u8(v));
+    m = vpmax_u8(m, m);
+    m = vpmax_u8(m, m);
+    m = vpmax_u8(m, m);
+    return vget_lane_u8(m, 0);
+}
+OMBRIX_ALWAYS_INLINE int32_t smallestLane(uint8x16_t v) {
+    uint8x8_t m = vmin_u8(vget_low_u8(v), vget_high_u8(v));
+    m = vpmin_u8(m, m);
+    m = vpmin_u8(m, m);
+    m = vpmin_u8(m, m);
+    return vget_lane_u8(m, 0);
+}
+
+template <int N>
+OMBRIX_ALWAYS_INLINE uint32_t directScore(const uint8_t* p, const int32_t* pixel, int32_t barrier) {
+    uint8x16_t v = vdupq_n_u8(0);
+    v = vld1q_lane_u8(p + pixel[0], v, 0);
+    v = vld1q_lane_u8(p + pixel[1], v, 1);
+    v = vld1q_lane_u8(p + pixel[2], v, 2);
+    v = vld1q_lane_u8(p + pixel[3], v, 3);
+    v = vld1q_lane_u8(p + pixel[4], v, 4);
+    v = vld1q_lane_u8(p + pixel[5], v, 5);
+    v = vld1q_lane_u8(p + pixel[6], v, 6);
+    v = vld1q_lane_u8(p + pixel[7], v, 7);
+    v = vld1q_lane_u8(p + pixel[8], v, 8);
+    v = vld1q_lane_u8(p + pixel[9], v, 9);
+    v = vld1q_lane_u8(p + pixel[10], v, 10);
+    v = vld1q_lane_u8(p + pixel[11], v, 11);
+    v = vld1q_lane_u8(p + pixel[12], v, 12);
+    v = vld1q_lane_u8(p + pixel[13], v, 13);
+    v = vld1q_lane_u8(p + pixel[14], v, 14);
+    v = vld1q_lane_u8(p + pixel[15], v, 15);
+    const int32_t centre = *p;
+    const int32_t brightest = largestLane(arcMin<N>(v)) - centre;  // A - p
+    const int32_t darkest = centre - smallestLane(arcMax<N>(v));   // p - B
+    const int32_t score = (brightest > darkest ? brightest : darkest) - 1;
+    return static_cast<uint32_t>(score > barrier ? score : barrier);
+}
+
+}  // namespace
+}  // namespace ombrix_fast
+
+#endif  // OMBRIX_FAST_LANES_H
