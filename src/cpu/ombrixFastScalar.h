@@ -59,27 +59,27 @@ static inline bool hasArc(uint32_t bits) {
 // The corner test: some N consecutive circle pixels all brighter than
 // p + b, or all darker than p - b (strict). Every arc of 9 or more holds two
 // neighbouring compass points (0 and 4, 4 and 8, 8 and 12, or 12 and 0), so
-// pixels 0 and 8, then 4 and 12, reject most non-corners before the rest of
-// the circle is read.
+// one of pixels 0 and 8 must pass; most non-corners are rejected there, then
+// with pixels 4 and 12, before the rest of the circle is read.
 template <int N>
 static inline bool isCorner(const uint8_t* c, const int32_t* offsets, int32_t barrier) {
     const int32_t b = clampBarrier(barrier);
     const int32_t hi = c[0] + b, lo = c[0] - b;
+    const int32_t v0 = c[offsets[0]], v8 = c[offsets[8]];
+    if (v0 <= hi && v0 >= lo && v8 <= hi && v8 >= lo) return false;
     uint32_t bright = 0, dark = 0;
-    const auto classify = [&](int i) {
-        const int32_t v = c[offsets[i]];
+    const auto classify = [&](int i, int32_t v) {
         bright |= static_cast<uint32_t>(v > hi) << i;
         dark |= static_cast<uint32_t>(v < lo) << i;
     };
-    classify(0);
-    classify(8);
-    if ((bright | dark) == 0) return false;
-    classify(4);
-    classify(12);
+    classify(0, v0);
+    classify(8, v8);
+    classify(4, c[offsets[4]]);
+    classify(12, c[offsets[12]]);
     const auto compassPair = [](uint32_t m) { return (m & 0x0101u) && (m & 0x1010u); };
     if (!compassPair(bright) && !compassPair(dark)) return false;
     for (int i = 1; i < 16; ++i)
-        if (i % 4) classify(i);
+        if (i % 4) classify(i, c[offsets[i]]);
     return hasArc<N>(bright) || hasArc<N>(dark);
 }
 

@@ -7,9 +7,10 @@
 // neighbouring compass points (0 and 4, 4 and 8, 8 and 12, 12 and 0), which
 // is ((0 or 8) and (4 or 12)) for one polarity; centres failing that for both
 // polarities are rejected after four loads, and most steps end there. The
-// other steps read the whole circle, pack each polarity's 16 comparisons into
-// two bytes a centre (positions 0-7 and 8-15, most significant bit first) and
-// look for the arc with rotations of that 16-bit ring.
+// other steps read the whole circle for the polarities that passed, pack each
+// polarity's 16 comparisons into two bytes a centre (positions 0-7 and 8-15,
+// most significant bit first) and find the arc from the runs of set bits at
+// the ends of the two bytes.
 //
 // The corners of a row go to a list of x positions in scratch memory (at most
 // one a pixel, so 2048 entries bound the width) and from there, in order, to
@@ -39,9 +40,15 @@ namespace {
 // Thresholds of 16 centres p. From barrier 0 on (k = min(b, 255)), brighter
 // is v > p + k and darker v < p - k, the sums saturated: p + k >= 255 leaves
 // nothing brighter and p - k <= 0 nothing darker, as in signed arithmetic.
+// brighterBy / darkerBy are non-zero exactly where the pixel is brighter /
+// darker (the saturated difference; at the rejection step a maximum of them
+// is an "or" and a minimum an "and", native on every vector unit);
+// brighter / darker are the comparison masks.
 struct StrictThresholds {
     uint8x16_t hi, lo;
     OMBRIX_ALWAYS_INLINE StrictThresholds(uint8x16_t p, uint8x16_t k) : hi(vqaddq_u8(p, k)), lo(vqsubq_u8(p, k)) {}
+    OMBRIX_ALWAYS_INLINE uint8x16_t brighterBy(uint8x16_t v) const { return vqsubq_u8(v, hi); }
+    OMBRIX_ALWAYS_INLINE uint8x16_t darkerBy(uint8x16_t v) const { return vqsubq_u8(lo, v); }
     OMBRIX_ALWAYS_INLINE uint8x16_t brighter(uint8x16_t v) const { return vcgtq_u8(v, hi); }
     OMBRIX_ALWAYS_INLINE uint8x16_t darker(uint8x16_t v) const { return vcltq_u8(v, lo); }
 };
@@ -55,11 +62,21 @@ struct InclusiveThresholds {
         : hi(vqsubq_u8(p, k)), lo(vqaddq_u8(p, k)) {}
     OMBRIX_ALWAYS_INLINE uint8x16_t brighter(uint8x16_t v) const { return vcgeq_u8(v, hi); }
     OMBRIX_ALWAYS_INLINE uint8x16_t darker(uint8x16_t v) const { return vcleq_u8(v, lo); }
+    OMBRIX_ALWAYS_INLINE uint8x16_t brighterBy(uint8x16_t v) const { return brighter(v); }
+    OMBRIX_ALWAYS_INLINE uint8x16_t darkerBy(uint8x16_t v) const { return darker(v); }
 };
 
+// True when some lane is non-zero. ARM folds the halves and then the words
+// in vector registers (GCC passes a 64-bit lane through the stack); SIMDe
+// would pass the halves through memory, so hosts read both 64-bit lanes.
 OMBRIX_ALWAYS_INLINE bool anyLane(uint8x16_t m) {
-    const uint8x8_t folded = vorr_u8(vget_low_u8(m), vget_high_u8(m));
-    return vget_lane_u64(vreinterpret_u64_u8(folded), 0) != 0;
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+    const uint32x2_t folded = vreinterpret_u32_u8(vorr_u8(vget_low_u8(m), vget_high_u8(m)));
+    return vget_lane_u32(vpmax_u32(folded, folded), 0) != 0;
+#else
+    const uint64x2_t words = vreinterpretq_u64_u8(m);
+    return (vgetq_lane_u64(words, 0) | vgetq_lane_u64(words, 1)) != 0;
+#endif
 }
 
 // Bit i set for every lane i that is all ones.
@@ -78,75 +95,81 @@ struct Ring {
     uint8x16_t first, second;
 };
 
-// The ring rotated so that each position takes the bit of the one K after it.
-template <int K>
-OMBRIX_ALWAYS_INLINE Ring rotate(const Ring& r) {
-    return {vsriq_n_u8(vshlq_n_u8(r.first, K), r.second, 8 - K), vsriq_n_u8(vshlq_n_u8(r.second, K), r.first, 8 - K)};
-}
-template <int K>
-OMBRIX_ALWAYS_INLINE Ring andRotated(const Ring& r) {
-    const Ring s = rotate<K>(r);
-    return {vandq_u8(r.first, s.first), vandq_u8(r.second, s.second)};
+// Runs of set bits from the top of each byte down (leading) and from the
+// bottom up (trailing: x & ~(x + 1) keeps exactly those bits).
+OMBRIX_ALWAYS_INLINE uint8x16_t leadingOnes(uint8x16_t x) { return vclzq_u8(vmvnq_u8(x)); }
+OMBRIX_ALWAYS_INLINE uint8x16_t trailingOnes(uint8x16_t x) {
+    return vcntq_u8(vbicq_u8(x, vaddq_u8(x, vdupq_n_u8(1))));
 }
 
-// All ones in the lanes whose ring holds N consecutive set bits.
+// All ones in the lanes whose ring holds N consecutive set bits. A run of 9
+// or 10 is longer than a half, so it crosses from the end of one half into
+// the start of the other: s1 = trailing(first) + leading(second) or
+// s2 = trailing(second) + leading(first) reaches N. Only a full half lets a
+// run cross both ends, with length s1 + s2 - 8 (when neither half is full,
+// s1 + s2 - 8 <= 6 stays below N).
 template <int N>
 OMBRIX_ALWAYS_INLINE uint8x16_t arcLanes(const Ring& ring) {
-    const Ring run8 = andRotated<4>(andRotated<2>(andRotated<1>(ring)));
-    const Ring run = andRotated<N - 8>(run8);
-    return vtstq_u8(vorrq_u8(run.first, run.second), vdupq_n_u8(0xFF));
+    const uint8x16_t s1 = vaddq_u8(trailingOnes(ring.first), leadingOnes(ring.second));
+    const uint8x16_t s2 = vaddq_u8(trailingOnes(ring.second), leadingOnes(ring.first));
+    const uint8x16_t both = vqsubq_u8(vaddq_u8(s1, s2), vdupq_n_u8(8));
+    return vcgeq_u8(vmaxq_u8(vmaxq_u8(s1, s2), both), vdupq_n_u8(N));
 }
 
-// Circle position I's comparisons of the 16 centres, packed into bit
-// 7 - I % 8 of the polarity's byte for its half of the ring.
-template <int I, typename Thresholds>
+// Circle position I's comparisons of the 16 centres for the chosen
+// polarities, packed into bit 7 - I % 8 of the byte for its half of the ring.
+template <int I, bool Bright, bool Dark, typename Thresholds>
 OMBRIX_ALWAYS_INLINE void pack(const Thresholds& t, uint8x16_t v, uint8x16_t& bright, uint8x16_t& dark) {
-    if constexpr (I % 8 == 0) {
-        bright = t.brighter(v);
-        dark = t.darker(v);
-    } else {
-        bright = vsriq_n_u8(bright, t.brighter(v), I % 8);
-        dark = vsriq_n_u8(dark, t.darker(v), I % 8);
-    }
+    if constexpr (Bright) bright = I % 8 == 0 ? t.brighter(v) : vsriq_n_u8(bright, t.brighter(v), I % 8);
+    if constexpr (Dark) dark = I % 8 == 0 ? t.darker(v) : vsriq_n_u8(dark, t.darker(v), I % 8);
 }
-template <int I, typename Thresholds>
+template <int I, bool Bright, bool Dark, typename Thresholds>
 OMBRIX_ALWAYS_INLINE void loadAndPack(const Thresholds& t, const uint8_t* c, const int32_t* offsets,
                                       uint8x16_t& bright, uint8x16_t& dark) {
-    pack<I>(t, vld1q_u8(c + offsets[I]), bright, dark);
+    pack<I, Bright, Dark>(t, vld1q_u8(c + offsets[I]), bright, dark);
 }
 
-// The corners among the 16 centres from c on, as bits.
+// The centres with an arc of the chosen polarities, from the whole circle;
+// the compass points are already loaded.
+template <int N, bool Bright, bool Dark, typename Thresholds>
+OMBRIX_ALWAYS_INLINE uint8x16_t arcCentres(const Thresholds& t, const uint8_t* c, const int32_t* offsets,
+                                           const uint8x16_t compass[4]) {
+    Ring b{}, d{};
+    pack<0, Bright, Dark>(t, compass[0], b.first, d.first);
+    loadAndPack<1, Bright, Dark>(t, c, offsets, b.first, d.first);
+    loadAndPack<2, Bright, Dark>(t, c, offsets, b.first, d.first);
+    loadAndPack<3, Bright, Dark>(t, c, offsets, b.first, d.first);
+    pack<4, Bright, Dark>(t, compass[1], b.first, d.first);
+    loadAndPack<5, Bright, Dark>(t, c, offsets, b.first, d.first);
+    loadAndPack<6, Bright, Dark>(t, c, offsets, b.first, d.first);
+    loadAndPack<7, Bright, Dark>(t, c, offsets, b.first, d.first);
+    pack<8, Bright, Dark>(t, compass[2], b.second, d.second);
+    loadAndPack<9, Bright, Dark>(t, c, offsets, b.second, d.second);
+    loadAndPack<10, Bright, Dark>(t, c, offsets, b.second, d.second);
+    loadAndPack<11, Bright, Dark>(t, c, offsets, b.second, d.second);
+    pack<12, Bright, Dark>(t, compass[3], b.second, d.second);
+    loadAndPack<13, Bright, Dark>(t, c, offsets, b.second, d.second);
+    loadAndPack<14, Bright, Dark>(t, c, offsets, b.second, d.second);
+    loadAndPack<15, Bright, Dark>(t, c, offsets, b.second, d.second);
+    if constexpr (Bright && Dark) return vorrq_u8(arcLanes<N>(b), arcLanes<N>(d));
+    else return arcLanes<N>(Bright ? b : d);
+}
+
+// The corners among the 16 centres from c on, as bits. Only the polarities
+// that some centre passes at the compass points are tested further.
 template <int N, typename Thresholds>
 OMBRIX_ALWAYS_INLINE uint32_t cornerBits(const uint8_t* c, const int32_t* offsets, uint8x16_t k) {
     const Thresholds t(vld1q_u8(c), k);
-    const uint8x16_t v0 = vld1q_u8(c + offsets[0]), v8 = vld1q_u8(c + offsets[8]);
-    const uint8x16_t v4 = vld1q_u8(c + offsets[4]), v12 = vld1q_u8(c + offsets[12]);
-    const uint8x16_t brightPair =
-        vandq_u8(vorrq_u8(t.brighter(v0), t.brighter(v8)), vorrq_u8(t.brighter(v4), t.brighter(v12)));
-    const uint8x16_t darkPair = vandq_u8(vorrq_u8(t.darker(v0), t.darker(v8)), vorrq_u8(t.darker(v4), t.darker(v12)));
-    const bool anyBright = anyLane(brightPair), anyDark = anyLane(darkPair);
-    if (!anyBright && !anyDark) return 0;
-
-    Ring bright, dark;
-    pack<0>(t, v0, bright.first, dark.first);
-    loadAndPack<1>(t, c, offsets, bright.first, dark.first);
-    loadAndPack<2>(t, c, offsets, bright.first, dark.first);
-    loadAndPack<3>(t, c, offsets, bright.first, dark.first);
-    pack<4>(t, v4, bright.first, dark.first);
-    loadAndPack<5>(t, c, offsets, bright.first, dark.first);
-    loadAndPack<6>(t, c, offsets, bright.first, dark.first);
-    loadAndPack<7>(t, c, offsets, bright.first, dark.first);
-    pack<8>(t, v8, bright.second, dark.second);
-    loadAndPack<9>(t, c, offsets, bright.second, dark.second);
-    loadAndPack<10>(t, c, offsets, bright.second, dark.second);
-    loadAndPack<11>(t, c, offsets, bright.second, dark.second);
-    pack<12>(t, v12, bright.second, dark.second);
-    loadAndPack<13>(t, c, offsets, bright.second, dark.second);
-    loadAndPack<14>(t, c, offsets, bright.second, dark.second);
-    loadAndPack<15>(t, c, offsets, bright.second, dark.second);
-    uint8x16_t corners = anyBright ? arcLanes<N>(bright) : vdupq_n_u8(0);
-    if (anyDark) corners = vorrq_u8(corners, arcLanes<N>(dark));
-    return laneBits(corners);
+    const uint8x16_t compass[4] = {vld1q_u8(c + offsets[0]), vld1q_u8(c + offsets[4]), vld1q_u8(c + offsets[8]),
+                                   vld1q_u8(c + offsets[12])};
+    const uint8x16_t brightPair = vminq_u8(vmaxq_u8(t.brighterBy(compass[0]), t.brighterBy(compass[2])),
+                                           vmaxq_u8(t.brighterBy(compass[1]), t.brighterBy(compass[3])));
+    const uint8x16_t darkPair = vminq_u8(vmaxq_u8(t.darkerBy(compass[0]), t.darkerBy(compass[2])),
+                                         vmaxq_u8(t.darkerBy(compass[1]), t.darkerBy(compass[3])));
+    if (!anyLane(vmaxq_u8(brightPair, darkPair))) return 0;
+    if (!anyLane(darkPair)) return laneBits(arcCentres<N, true, false>(t, c, offsets, compass));
+    if (!anyLane(brightPair)) return laneBits(arcCentres<N, false, true>(t, c, offsets, compass));
+    return laneBits(arcCentres<N, true, true>(t, c, offsets, compass));
 }
 
 // The x of every corner of one row in [first, end), in order; returns their
@@ -165,9 +188,11 @@ uint32_t rowCorners(const uint8_t* row, const int32_t* offsets, uint32_t first, 
             if (isCorner<N>(row + x, offsets, barrier)) corners[n++] = static_cast<uint16_t>(x);
         return n;
     }
-    uint32_t x = first;
-    for (; x + 16 <= end; x += 16) emit(cornerBits<N, Thresholds>(row + x, offsets, k), x);
-    if (x < end) emit(cornerBits<N, Thresholds>(row + end - 16, offsets, k) >> (x + 16 - end), x);
+    const uint8_t* c = row + first;
+    const uint8_t* const last = row + end - 16;
+    for (; c <= last; c += 16) emit(cornerBits<N, Thresholds>(c, offsets, k), static_cast<uint32_t>(c - row));
+    if (c < last + 16)
+        emit(cornerBits<N, Thresholds>(last, offsets, k) >> (c - last), static_cast<uint32_t>(c - row));
     return n;
 }
 
