@@ -762,6 +762,44 @@ TEST(FastVector, MatchesReference) {
     }
 }
 
+// Every one of the 65536 brighter (and darker) patterns of the circle, one
+// centre each in cells of 7x7: the centres are corners exactly when the
+// pattern holds a cyclic run of 9 (10), and the lists of both variants,
+// which also hold corners among the circle pixels, are equal.
+bool hasRun(uint32_t pattern, int arc) {
+    for (int start = 0; start < 16; ++start) {
+        int k = 0;
+        while (k < arc && (pattern >> ((start + k) % 16) & 1)) ++k;
+        if (k == arc) return true;
+    }
+    return false;
+}
+
+TEST(FastVector, EveryRingOfSixteen) {
+    constexpr uint32_t kCells = 256, kSide = 7 * kCells;
+    for (uint8_t level : {200, 0}) {
+        Image img(kSide, kSide, kSide, 0);
+        img.fill(100);
+        for (uint32_t pattern = 0; pattern < 65536; ++pattern) {
+            const uint32_t cx = 7 * (pattern % kCells) + 3, cy = 7 * (pattern / kCells) + 3;
+            for (int i = 0; i < 16; ++i)
+                if (pattern >> i & 1) img.at(cx + kDx[i], cy + kDy[i]) = level;
+        }
+        for (const Detector& d : kDetectors) {
+            if (d.masked) continue;
+            SCOPED_TRACE(::testing::Message() << d.name << " level " << +level);
+            const Corners want = detect(d.reference, img, 20, 3, 1u << 20);
+            ASSERT_EQ(detect(d.vector, img, 20, 3, 1u << 20), want);
+            std::vector<uint8_t> isCorner(static_cast<size_t>(kSide) * kSide, 0);
+            for (const auto& [x, y] : want) isCorner[static_cast<size_t>(y) * kSide + x] = 1;
+            for (uint32_t pattern = 0; pattern < 65536; ++pattern) {
+                const uint32_t cx = 7 * (pattern % kCells) + 3, cy = 7 * (pattern / kCells) + 3;
+                ASSERT_EQ(isCorner[static_cast<size_t>(cy) * kSide + cx], hasRun(pattern, d.arc) ? 1 : 0) << pattern;
+            }
+        }
+    }
+}
+
 // The score kernels at every pixel of scenes, for barriers up to 255.
 TEST(FastVector, ScoreKernelsMatchReference) {
     std::mt19937 rng(99);

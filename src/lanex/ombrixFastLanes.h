@@ -155,32 +155,62 @@ OMBRIX_ALWAYS_INLINE uint8x16_t arcCentres(const Thresholds& t, const uint8_t* c
     else return arcLanes<N>(Bright ? b : d);
 }
 
-// The corners among the 16 centres from c on, as bits. Only the polarities
-// that some centre passes at the compass points are tested further.
+// The compass-point test of the 16 centres from c on, per polarity: a lane
+// is non-zero where the centre passes.
+struct CompassPairs {
+    uint8x16_t bright, dark;
+};
+template <typename Thresholds>
+OMBRIX_ALWAYS_INLINE CompassPairs compassPairs(const Thresholds& t, const uint8x16_t compass[4]) {
+    return {vminq_u8(vmaxq_u8(t.brighterBy(compass[0]), t.brighterBy(compass[2])),
+                     vmaxq_u8(t.brighterBy(compass[1]), t.brighterBy(compass[3]))),
+            vminq_u8(vmaxq_u8(t.darkerBy(compass[0]), t.darkerBy(compass[2])),
+                     vmaxq_u8(t.darkerBy(compass[1]), t.darkerBy(compass[3])))};
+}
+OMBRIX_ALWAYS_INLINE void loadCompass(const uint8_t* c, const int32_t* offsets, uint8x16_t compass[4]) {
+    compass[0] = vld1q_u8(c + offsets[0]);
+    compass[1] = vld1q_u8(c + offsets[4]);
+    compass[2] = vld1q_u8(c + offsets[8]);
+    compass[3] = vld1q_u8(c + offsets[12]);
+}
+template <typename Thresholds>
+OMBRIX_ALWAYS_INLINE CompassPairs compassPairsAt(const uint8_t* c, const int32_t* offsets, uint8x16_t k) {
+    uint8x16_t compass[4];
+    loadCompass(c, offsets, compass);
+    return compassPairs(Thresholds(vld1q_u8(c), k), compass);
+}
+OMBRIX_ALWAYS_INLINE uint8x16_t eitherPair(const CompassPairs& p) { return vmaxq_u8(p.bright, p.dark); }
+
+// The corners among the 16 centres from c on, as bits, once some centre has
+// passed the compass test; only the polarities that passed it are tested.
 template <int N, typename Thresholds>
-OMBRIX_ALWAYS_INLINE uint32_t cornerBits(const uint8_t* c, const int32_t* offsets, uint8x16_t k) {
+OMBRIX_ALWAYS_INLINE uint32_t arcBits(const uint8_t* c, const int32_t* offsets, uint8x16_t k,
+                                      const CompassPairs& pairs) {
     const Thresholds t(vld1q_u8(c), k);
-    const uint8x16_t compass[4] = {vld1q_u8(c + offsets[0]), vld1q_u8(c + offsets[4]), vld1q_u8(c + offsets[8]),
-                                   vld1q_u8(c + offsets[12])};
-    const uint8x16_t brightPair = vminq_u8(vmaxq_u8(t.brighterBy(compass[0]), t.brighterBy(compass[2])),
-                                           vmaxq_u8(t.brighterBy(compass[1]), t.brighterBy(compass[3])));
-    const uint8x16_t darkPair = vminq_u8(vmaxq_u8(t.darkerBy(compass[0]), t.darkerBy(compass[2])),
-                                         vmaxq_u8(t.darkerBy(compass[1]), t.darkerBy(compass[3])));
-    if (!anyLane(vmaxq_u8(brightPair, darkPair))) return 0;
-    if (!anyLane(darkPair)) return laneBits(arcCentres<N, true, false>(t, c, offsets, compass));
-    if (!anyLane(brightPair)) return laneBits(arcCentres<N, false, true>(t, c, offsets, compass));
+    uint8x16_t compass[4];
+    loadCompass(c, offsets, compass);
+    if (!anyLane(pairs.dark)) return laneBits(arcCentres<N, true, false>(t, c, offsets, compass));
+    if (!anyLane(pairs.bright)) return laneBits(arcCentres<N, false, true>(t, c, offsets, compass));
     return laneBits(arcCentres<N, true, true>(t, c, offsets, compass));
 }
 
+template <int N, typename Thresholds>
+OMBRIX_ALWAYS_INLINE uint32_t cornerBits(const uint8_t* c, const int32_t* offsets, uint8x16_t k) {
+    const CompassPairs pairs = compassPairsAt<Thresholds>(c, offsets, k);
+    return anyLane(eitherPair(pairs)) ? arcBits<N, Thresholds>(c, offsets, k, pairs) : 0;
+}
+
 // The x of every corner of one row in [first, end), in order; returns their
-// number. Rows of 16 centres or more go in steps of 16, the last step moved
-// back to end at `end` with the centres already tested dropped; every load
-// stays within the row's first and last pixel as first >= 3 and end <= width - 3.
+// number. Rows of 16 centres or more go in steps of 16, two at a time with
+// one branch for both while they last, the last step moved back to end at
+// `end` with the centres already tested dropped; every load stays within the
+// row's first and last pixel as first >= 3 and end <= width - 3.
 template <int N, typename Thresholds>
 uint32_t rowCorners(const uint8_t* row, const int32_t* offsets, uint32_t first, uint32_t end, int32_t barrier,
                     uint8x16_t k, uint16_t* corners) {
     uint32_t n = 0;
-    const auto emit = [&](uint32_t bits, uint32_t base) {
+    const auto emit = [&](uint32_t bits, const uint8_t* c) {
+        const uint32_t base = static_cast<uint32_t>(c - row);
         for (; bits; bits &= bits - 1) corners[n++] = static_cast<uint16_t>(base + __builtin_ctz(bits));
     };
     if (end - first < 16) {
@@ -190,9 +220,18 @@ uint32_t rowCorners(const uint8_t* row, const int32_t* offsets, uint32_t first, 
     }
     const uint8_t* c = row + first;
     const uint8_t* const last = row + end - 16;
-    for (; c <= last; c += 16) emit(cornerBits<N, Thresholds>(c, offsets, k), static_cast<uint32_t>(c - row));
-    if (c < last + 16)
-        emit(cornerBits<N, Thresholds>(last, offsets, k) >> (c - last), static_cast<uint32_t>(c - row));
+    for (; c + 16 <= last; c += 32) {
+        const CompassPairs a = compassPairsAt<Thresholds>(c, offsets, k);
+        const CompassPairs b = compassPairsAt<Thresholds>(c + 16, offsets, k);
+        if (!anyLane(vmaxq_u8(eitherPair(a), eitherPair(b)))) continue;
+        if (anyLane(eitherPair(a))) emit(arcBits<N, Thresholds>(c, offsets, k, a), c);
+        if (anyLane(eitherPair(b))) emit(arcBits<N, Thresholds>(c + 16, offsets, k, b), c + 16);
+    }
+    if (c <= last) {
+        emit(cornerBits<N, Thresholds>(c, offsets, k), c);
+        c += 16;
+    }
+    if (c < last + 16) emit(cornerBits<N, Thresholds>(last, offsets, k) >> (c - last), c);
     return n;
 }
 
