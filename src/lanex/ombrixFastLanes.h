@@ -6,11 +6,11 @@
 // the centres' saturated thresholds. Every arc of 9 or more holds two
 // neighbouring compass points (0 and 4, 4 and 8, 8 and 12, 12 and 0), which
 // is ((0 or 8) and (4 or 12)) for one polarity; centres failing that for both
-// polarities are rejected after four loads, and most steps end there. The
-// other steps read the whole circle for the polarities that passed, pack each
-// polarity's 16 comparisons into two bytes a centre (positions 0-7 and 8-15,
-// most significant bit first) and find the arc from the runs of set bits at
-// the ends of the two bytes.
+// polarities are rejected after the centres and four compass points are
+// read, and most steps end there. The other steps read the whole circle for
+// the polarities that passed, pack each polarity's 16 comparisons into two
+// bytes a centre (positions 0-7 and 8-15, most significant bit first) and
+// find the arc from the runs of set bits at the ends of the two bytes.
 //
 // The corners of a row go to a list of x positions in scratch memory (at most
 // one a pixel, so 2048 entries bound the width) and from there, in order, to
@@ -116,13 +116,30 @@ OMBRIX_ALWAYS_INLINE uint8x16_t arcLanes(const Ring& ring) {
     return vcgeq_u8(vmaxq_u8(vmaxq_u8(s1, s2), both), vdupq_n_u8(N));
 }
 
+// Appends comparison mask m (all ones or zero) as the next lower bit of acc,
+// which holds I bits so far: one shift-right-insert on ARM. SIMDe's byte
+// shift right overflows a signed constant on GFNI hosts (UBSan stops on it),
+// so hosts shift acc left by adding it to itself and subtract m (-1 or 0).
+template <int I>
+OMBRIX_ALWAYS_INLINE uint8x16_t appendBit(uint8x16_t acc, uint8x16_t m) {
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+    return vsriq_n_u8(acc, m, I);
+#else
+    return vsubq_u8(vaddq_u8(acc, acc), m);
+#endif
+}
+
 // Circle position I's comparisons of the 16 centres for the chosen
 // polarities, packed into bit 7 - I % 8 of the byte for its half of the ring.
+// The first mask starts the byte as it is: on ARM the inserts replace its
+// lower bits, on hosts the seven doublings leave only its top bit.
 template <int I, bool Bright, bool Dark, typename Thresholds>
 OMBRIX_ALWAYS_INLINE void pack(const Thresholds& t, uint8x16_t v, uint8x16_t& bright, uint8x16_t& dark) {
-    if constexpr (Bright) bright = I % 8 == 0 ? t.brighter(v) : vsriq_n_u8(bright, t.brighter(v), I % 8);
-    if constexpr (Dark) dark = I % 8 == 0 ? t.darker(v) : vsriq_n_u8(dark, t.darker(v), I % 8);
+    constexpr int kBit = I % 8;
+    if constexpr (Bright) bright = kBit == 0 ? t.brighter(v) : appendBit<kBit>(bright, t.brighter(v));
+    if constexpr (Dark) dark = kBit == 0 ? t.darker(v) : appendBit<kBit>(dark, t.darker(v));
 }
+
 template <int I, bool Bright, bool Dark, typename Thresholds>
 OMBRIX_ALWAYS_INLINE void loadAndPack(const Thresholds& t, const uint8_t* c, const int32_t* offsets,
                                       uint8x16_t& bright, uint8x16_t& dark) {
