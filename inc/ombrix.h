@@ -593,7 +593,8 @@ OBX_API obxRgb888Convertu8_fn obxColorRGB888ToGrayu8C;
  * means packed rows. Scores are the largest barrier at which the corner still
  * passes. With nmsEnabled, tempBuf (3 * nCornersMax + height words) holds the
  * raw list, and a corner is dropped when one of its 8 neighbours is a corner
- * with a score >= its own. Masked forms skip pixels whose mask bit is set
+ * with a score >= its own (at nCornersMax 0 the one corner stored has no
+ * neighbours and goes straight to xy and scores). Masked forms skip pixels whose mask bit is set
  * (1 bit a pixel, MSB first, rows of ceil(maskWidth / 8) bytes); the mask is
  * the image's size or 2, 4 or 8 times larger or smaller in both dimensions,
  * and any other size yields no corners. */
