@@ -700,6 +700,98 @@ typedef int32_t obxLocalHarrisMaxu8_fn(const uint8_t* src, uint32_t srcWidth, ui
 OBX_DECLARE_OPERATION(obxLocalHarrisMaxu8)
 OBX_API obxLocalHarrisMaxu8_fn obxLocalHarrisMaxu8C;
 
+/* ---- Features: FAST corners ---------------------------------------------------- */
+
+/* FAST corners of an 8-bit image: a pixel is a corner when 9 (FAST9) or 10
+ * (FAST10) contiguous pixels of the radius-3 circle around it are all
+ * brighter than centre + barrier, or all darker than centre - barrier
+ * (strict). Pixels within max(border, 3) of an edge are not examined. Corners
+ * are (x, y) pairs in raster order; the count is compared with nCornersMax
+ * after each store, so a capacity of 0 still stores one corner (give room
+ * for at least one pair). A stride of 0
+ * means packed rows. Scores are the largest barrier at which the corner still
+ * passes. With nmsEnabled, tempBuf (3 * nCornersMax + height words) holds the
+ * raw list, and a corner is dropped when one of its 8 neighbours is a corner
+ * with a score >= its own (at nCornersMax 0 the one corner stored has no
+ * neighbours and goes straight to xy and scores). Masked forms skip pixels whose mask bit is set
+ * (1 bit a pixel, MSB first, rows of ceil(maskWidth / 8) bytes); the mask is
+ * the image's size or 2, 4 or 8 times larger or smaller in both dimensions,
+ * and any other size yields no corners. */
+typedef void obxCornerFastu8_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                int32_t barrier, uint32_t border, uint32_t* xy, uint32_t nCornersMax,
+                                uint32_t* nCorners);
+typedef void obxCornerFastScoreu8_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                     int32_t barrier, uint32_t border, uint32_t* xy, uint32_t* scores,
+                                     uint32_t nCornersMax, uint32_t* nCorners);
+typedef void obxCornerFastScoreNmsu8_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                        uint32_t srcStride, int32_t barrier, uint32_t border, uint32_t* xy,
+                                        uint32_t* scores, uint32_t nCornersMax, uint32_t* nCorners,
+                                        uint32_t nmsEnabled, uint32_t* tempBuf);
+typedef void obxCornerFastInMasku8_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                      int32_t barrier, uint32_t border, uint32_t* xy, uint32_t nCornersMax,
+                                      uint32_t* nCorners, const uint8_t* mask, uint32_t maskWidth,
+                                      uint32_t maskHeight);
+typedef void obxCornerFastInMaskScoreu8_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                           uint32_t srcStride, int32_t barrier, uint32_t border, uint32_t* xy,
+                                           uint32_t* scores, uint32_t nCornersMax, uint32_t* nCorners,
+                                           const uint8_t* mask, uint32_t maskWidth, uint32_t maskHeight);
+typedef void obxCornerFastInMaskScoreNmsu8_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                              uint32_t srcStride, int32_t barrier, uint32_t border, uint32_t* xy,
+                                              uint32_t* scores, uint32_t nCornersMax, uint32_t* nCorners,
+                                              const uint8_t* mask, uint32_t maskWidth, uint32_t maskHeight,
+                                              uint32_t nmsEnabled, uint32_t* tempBuf);
+
+/* FAST9 detection. */
+typedef obxCornerFastu8_fn obxCornerFast9u8_v2_fn;
+OBX_DECLARE_OPERATION(obxCornerFast9u8_v2)
+OBX_API obxCornerFastu8_fn obxCornerFast9u8C;
+
+/* FAST9 detection through obxCornerFast9u8_v2, then scores; no suppression. */
+typedef obxCornerFastScoreu8_fn obxCornerFast9Scoreu8_v3_fn;
+OBX_DECLARE_OPERATION(obxCornerFast9Scoreu8_v3)
+OBX_API obxCornerFastScoreu8_fn obxCornerFast9Scoreu8C;
+
+/* The same with optional suppression. */
+typedef obxCornerFastScoreNmsu8_fn obxCornerFast9Scoreu8_v4_fn;
+OBX_DECLARE_OPERATION(obxCornerFast9Scoreu8_v4)
+OBX_API obxCornerFastScoreNmsu8_fn obxCornerFast9Scoreu8_v2C;
+
+/* Masked FAST9 detection. */
+typedef obxCornerFastInMasku8_fn obxCornerFast9InMasku8_v2_fn;
+OBX_DECLARE_OPERATION(obxCornerFast9InMasku8_v2)
+OBX_API obxCornerFastInMasku8_fn obxCornerFast9InMasku8C;
+
+/* Masked FAST9 detection through obxCornerFast9InMasku8_v2, then scores. */
+typedef obxCornerFastInMaskScoreu8_fn obxCornerFast9InMaskScoreu8_v3_fn;
+OBX_DECLARE_OPERATION(obxCornerFast9InMaskScoreu8_v3)
+OBX_API obxCornerFastInMaskScoreu8_fn obxCornerFast9InMaskScoreu8C;
+
+/* The same with optional suppression. */
+typedef obxCornerFastInMaskScoreNmsu8_fn obxCornerFast9InMaskScoreu8_v4_fn;
+OBX_DECLARE_OPERATION(obxCornerFast9InMaskScoreu8_v4)
+OBX_API obxCornerFastInMaskScoreNmsu8_fn obxCornerFast9InMaskScoreu8_v2C;
+
+/* FAST10 detection. */
+typedef obxCornerFastu8_fn obxCornerFast10u8_fn;
+OBX_DECLARE_OPERATION(obxCornerFast10u8)
+OBX_API obxCornerFastu8_fn obxCornerFast10u8C;
+
+/* FAST10 detection through obxCornerFast10u8, scores, optional suppression. */
+typedef obxCornerFastScoreNmsu8_fn obxCornerFast10Scoreu8_fn;
+OBX_DECLARE_OPERATION(obxCornerFast10Scoreu8)
+OBX_API obxCornerFastScoreNmsu8_fn obxCornerFast10Scoreu8C;
+
+/* Masked FAST10 detection. */
+typedef obxCornerFastInMasku8_fn obxCornerFast10InMasku8_fn;
+OBX_DECLARE_OPERATION(obxCornerFast10InMasku8)
+OBX_API obxCornerFastInMasku8_fn obxCornerFast10InMasku8C;
+
+/* Masked FAST10 detection through obxCornerFast10InMasku8, scores, optional
+ * suppression. */
+typedef obxCornerFastInMaskScoreNmsu8_fn obxCornerFast10InMaskScoreu8_fn;
+OBX_DECLARE_OPERATION(obxCornerFast10InMaskScoreu8)
+OBX_API obxCornerFastInMaskScoreNmsu8_fn obxCornerFast10InMaskScoreu8C;
+
 #ifdef __cplusplus
 }
 #endif

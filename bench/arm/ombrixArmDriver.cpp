@@ -7,7 +7,7 @@
 // that both implementations wrote the same bytes, and prints one label line
 // per window:
 //
-//   <reference|vector|memcpy> <slot> <units per call> <pixel|call>
+//   <reference|vector|memcpy> <slot> <units per call> <pixel|call|corner>
 //
 // scripts/bench-arm.sh pairs these lines with the plugin's window counts.
 // Run without the plugin it is a plain check of every vector slot.
@@ -135,13 +135,15 @@ struct Scene {
 
 // How one function type is measured: units of work per call (pixels, or 1
 // for a call), the bytes it writes (the memcpy baseline), the sizes of its
-// output buffers, and the call itself.
+// output buffers, the call itself, and the unit's name when it is neither a
+// pixel nor a call.
 template <typename Fn>
 struct Workload {
     double units;
     size_t writtenBytes;
     std::vector<size_t> outputs;
     std::function<void(Fn*, const std::vector<Bytes>&)> call;
+    const char* unit = nullptr;
 };
 
 // The number in a name after `key` (e.g. 420 after "YCbCr"), or 0.
@@ -447,19 +449,80 @@ Workload<obxIntegrateImageLine64u8_fn> workload(const std::string&, const Scene&
             }};
 }
 
+// FAST detection at barrier 20 into a list with room for every pixel, and
+// the count; the masked forms with a mask of the image's size whose every
+// fourth byte (eight pixels) is set. The bytes written are those of the
+// unmasked FAST9 corners.
+struct FastMask {
+    uint32_t width, height;
+    Bytes bits;
+    explicit FastMask(const Scene& s) : width(s.w), height(s.h), bits(size_t{(s.w + 7) / 8} * s.h) {
+        for (size_t i = 0; i < bits.size(); i += 4) bits.data()[i] = 0xFF;
+    }
+};
+constexpr int32_t kFastBarrier = 20;
+
+size_t fastWrittenBytes(const Scene& s) {
+    std::vector<uint32_t> xy(2 * s.pixels() + 2);
+    uint32_t n = 0;
+    obxCornerFast9u8C(s.gray.data(), s.w, s.h, s.w, kFastBarrier, 3, xy.data(), static_cast<uint32_t>(s.pixels()), &n);
+    return 8 * size_t{n} + 4;
+}
+
+Workload<obxCornerFastu8_fn> workload(const std::string&, const Scene& s, obxCornerFastu8_fn*) {
+    const size_t capacity = s.pixels();
+    return {double(s.pixels()), fastWrittenBytes(s), {8 * capacity, 4},
+            [&s, capacity](obxCornerFastu8_fn* f, const std::vector<Bytes>& out) {
+                f(s.gray.data(), s.w, s.h, s.w, kFastBarrier, 3, out[0].as<uint32_t>(),
+                  static_cast<uint32_t>(capacity), out[1].as<uint32_t>());
+            }};
+}
+
+Workload<obxCornerFastInMasku8_fn> workload(const std::string&, const Scene& s, obxCornerFastInMasku8_fn*) {
+    const size_t capacity = s.pixels();
+    std::shared_ptr<FastMask> mask = std::make_shared<FastMask>(s);
+    return {double(s.pixels()), fastWrittenBytes(s), {8 * capacity, 4},
+            [&s, capacity, mask](obxCornerFastInMasku8_fn* f, const std::vector<Bytes>& out) {
+                f(s.gray.data(), s.w, s.h, s.w, kFastBarrier, 3, out[0].as<uint32_t>(),
+                  static_cast<uint32_t>(capacity), out[1].as<uint32_t>(), mask->bits.data(), mask->width,
+                  mask->height);
+            }};
+}
+
+// The score routines at every FAST9 corner of the scene (found by the
+// reference at barrier 20), per corner.
+Workload<obxFastCornerScore_fn> workload(const std::string&, const Scene& s, obxFastCornerScore_fn*) {
+    auto xy = std::make_shared<std::vector<uint32_t>>(2 * s.pixels() + 2);
+    uint32_t n = 0;
+    obxCornerFast9u8C(s.gray.data(), s.w, s.h, s.w, kFastBarrier, 3, xy->data(), static_cast<uint32_t>(s.pixels()), &n);
+    auto offsets = std::make_shared<std::vector<int32_t>>(16);
+    const int dx[16] = {0, 1, 2, 3, 3, 3, 2, 1, 0, -1, -2, -3, -3, -3, -2, -1};
+    const int dy[16] = {3, 3, 2, 1, 0, -1, -2, -3, -3, -3, -2, -1, 0, 1, 2, 3};
+    for (int i = 0; i < 16; ++i) (*offsets)[i] = dx[i] + dy[i] * static_cast<int32_t>(s.w);
+    Workload<obxFastCornerScore_fn> work{double(n), 4 * size_t{n}, {4 * size_t{n}},
+                                         [&s, xy, offsets, n](obxFastCornerScore_fn* f, const std::vector<Bytes>& out) {
+                                             uint32_t* scores = out[0].as<uint32_t>();
+                                             for (uint32_t i = 0; i < n; ++i)
+                                                 scores[i] = f(s.gray.data() + (*xy)[2 * i] + size_t{(*xy)[2 * i + 1]} * s.w,
+                                                               offsets->data(), kFastBarrier);
+                                         }};
+    work.unit = "corner";
+    return work;
+}
+
 // ---- Counting -------------------------------------------------------------------------
 
 void markWindow(long phase) { syscall(OMBRIX_INSN_MARK, phase); }
 
 // Calls run() three times and counts the second and third call.
-void countSecondAndThird(const char* kind, const std::string& name, double units,
+void countSecondAndThird(const char* kind, const std::string& name, double units, const char* unit,
                          const std::function<void()>& run) {
     run();
     markWindow(OMBRIX_INSN_MARK_BEGIN);
     run();
     run();
     markWindow(OMBRIX_INSN_MARK_END);
-    printf("%s %s %.0f %s\n", kind, name.c_str(), 2 * units, units == 1 ? "call" : "pixel");
+    printf("%s %s %.0f %s\n", kind, name.c_str(), 2 * units, unit ? unit : units == 1 ? "call" : "pixel");
     fflush(stdout);
 }
 
@@ -483,7 +546,7 @@ void measure(const Options& options, const Scene& scene, const char* name, Fn** 
 
     obxSetOperationMode(OBX_MODE_REFERENCE);
     const std::vector<Bytes> expected = makeOutputs(work.outputs);
-    countSecondAndThird("reference", name, work.units, [&] { work.call(reference, expected); });
+    countSecondAndThird("reference", name, work.units, work.unit, [&] { work.call(reference, expected); });
 
     if (obxSetOperationMode(OBX_MODE_VECTOR) != 0 || *slot == reference) {
         fprintf(stderr, "%s: mode 2 left the slot on its reference\n", name);
@@ -491,7 +554,7 @@ void measure(const Options& options, const Scene& scene, const char* name, Fn** 
         return;
     }
     const std::vector<Bytes> actual = makeOutputs(work.outputs);
-    countSecondAndThird("vector", name, work.units, [&] { work.call(*slot, actual); });
+    countSecondAndThird("vector", name, work.units, work.unit, [&] { work.call(*slot, actual); });
     for (size_t i = 0; i < actual.size(); ++i) {
         if (memcmp(expected[i].data(), actual[i].data(), actual[i].size()) != 0) {
             fprintf(stderr, "%s: output %zu differs from the reference\n", name, i);
@@ -500,7 +563,7 @@ void measure(const Options& options, const Scene& scene, const char* name, Fn** 
     }
 
     const Bytes from(work.writtenBytes, 0x33), to(work.writtenBytes);
-    countSecondAndThird("memcpy", name, work.units, [&] { memcpy(to.data(), from.data(), from.size()); });
+    countSecondAndThird("memcpy", name, work.units, work.unit, [&] { memcpy(to.data(), from.data(), from.size()); });
 }
 
 bool parseOptions(int argc, char** argv, Options* options) {

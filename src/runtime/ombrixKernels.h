@@ -39,6 +39,13 @@ typedef obxRgbRowLuma_fn rgba88882y_fn;
 typedef obxRgbRowInterleaved_fn rgba88882yuv_fn;
 typedef obxRgbRowInterleaved_fn rgba88882yyuv_fn;
 
+/* FAST corner score of the centre at p: the largest threshold (from barrier
+ * up, at most 255) at which the circle pixels at p + pixel[0..15] still hold
+ * an arc of 9 or 10. barrier must not exceed 255. */
+typedef uint32_t obxFastCornerScore_fn(const uint8_t* p, const int32_t* pixel, int32_t barrier);
+typedef obxFastCornerScore_fn fast9_corner_score_fn;
+typedef obxFastCornerScore_fn fast10_corner_score_fn;
+
 #define OBX_OP(name, reference, vector) name##_fn vector;
 #define OBX_KERNEL(name, reference, vector) \
     OBX_API extern name##_fn* name##_;      \

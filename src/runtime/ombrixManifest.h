@@ -167,6 +167,20 @@ OBX_OP(obxCornerHarrisu8, obxCornerHarrisu8C, obxCornerHarrisu8V)
 OBX_OP(obxCornerHarrisInMasku8, obxCornerHarrisInMasku8C, obxCornerHarrisInMasku8V)
 OBX_OP(obxLocalHarrisMaxu8, obxLocalHarrisMaxu8C, obxLocalHarrisMaxu8V)
 
+/* Features: FAST corners */
+OBX_OP(obxCornerFast9u8_v2, obxCornerFast9u8C, obxCornerFast9u8V)
+OBX_OP_REF(obxCornerFast9Scoreu8_v3, obxCornerFast9Scoreu8C)
+OBX_OP_REF(obxCornerFast9Scoreu8_v4, obxCornerFast9Scoreu8_v2C)
+OBX_OP(obxCornerFast9InMasku8_v2, obxCornerFast9InMasku8C, obxCornerFast9InMasku8V)
+OBX_OP_REF(obxCornerFast9InMaskScoreu8_v3, obxCornerFast9InMaskScoreu8C)
+OBX_OP_REF(obxCornerFast9InMaskScoreu8_v4, obxCornerFast9InMaskScoreu8_v2C)
+OBX_OP(obxCornerFast10u8, obxCornerFast10u8C, obxCornerFast10u8V)
+OBX_OP_REF(obxCornerFast10Scoreu8, obxCornerFast10Scoreu8C)
+OBX_OP(obxCornerFast10InMasku8, obxCornerFast10InMasku8C, obxCornerFast10InMasku8V)
+OBX_OP_REF(obxCornerFast10InMaskScoreu8, obxCornerFast10InMaskScoreu8C)
+OBX_KERNEL(fast9_corner_score, fast9_corner_scoreC, fast9_corner_scoreV)
+OBX_KERNEL(fast10_corner_score, fast10_corner_scoreC, fast10_corner_scoreV)
+
 #undef OBX_OP
 #undef OBX_OP_REF
 #undef OBX_OP_STATIC
