@@ -2,8 +2,9 @@
 // how each operation mode is answered, and then runs a small camera pipeline
 // on a sample scene (or the PGM/PPM named on the command line): the picture
 // becomes a 4:2:0 pseudo-planar camera frame, which is converted to RGB and to
-// gray, smoothed, and searched for edges. Every stage is timed on the
-// reference and on the vector table and its result is written out.
+// gray, smoothed, searched for edges and for FAST corners. Every stage is
+// timed on the reference and on the vector table and its result is written
+// out.
 //
 //   ombrix_demo [image.pgm|image.ppm] [--out DIRECTORY]
 #include <stdio.h>
@@ -119,6 +120,28 @@ CameraFrame toCameraFrame(const Image& image) {
     return frame;
 }
 
+// The gray image as RGB with a small red cross (5 pixels across) on every
+// corner, clipped at the image edges.
+Image cornerOverlay(const Image& gray, const uint32_t* xy, uint32_t count) {
+    Image overlay(gray.width, gray.height, 3);
+    for (size_t i = 0; i < gray.pixels.size(); ++i)
+        for (int c = 0; c < 3; ++c) overlay.pixels[i * 3 + c] = gray.pixels[i];
+    for (uint32_t i = 0; i < count; ++i) {
+        const int32_t cx = static_cast<int32_t>(xy[2 * i]), cy = static_cast<int32_t>(xy[2 * i + 1]);
+        for (int32_t d = -2; d <= 2; ++d) {
+            const int32_t points[2][2] = {{cx + d, cy}, {cx, cy + d}};
+            for (const auto& p : points) {
+                if (p[0] < 0 || p[1] < 0 || p[0] >= static_cast<int32_t>(gray.width) ||
+                    p[1] >= static_cast<int32_t>(gray.height))
+                    continue;
+                uint8_t* rgb = overlay.data() + (static_cast<size_t>(p[1]) * gray.width + p[0]) * 3;
+                rgb[0] = 255, rgb[1] = 0, rgb[2] = 0;
+            }
+        }
+    }
+    return overlay;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -212,6 +235,21 @@ int main(int argc, char** argv) {
               },
               reinterpret_cast<void* const*>(&obxFilterCanny3x3u8_v2_));
     if (!writeResult(outDirectory, "ombrix-canny.pgm", edges)) return 1;
+
+    // FAST9 corners of the gray picture, thinned by non-maximum suppression.
+    // The scratch buffer holds the raw corners, their scores and one word per
+    // row for the suppression's row index.
+    const uint32_t barrier = 20, capacity = 20000;
+    std::vector<uint32_t> xy(2 * capacity), scores(capacity), scratch(3 * capacity + gray.height);
+    uint32_t corners = 0;
+    timeStage("obxCornerFast9Scoreu8_v4 (suppression)",
+              [&] {
+                  obxCornerFast9Scoreu8_v4_(gray.data(), gray.width, gray.height, gray.stride(), barrier, 3,
+                                            xy.data(), scores.data(), capacity, &corners, 1, scratch.data());
+              },
+              reinterpret_cast<void* const*>(&obxCornerFast9u8_v2_));
+    printf("  %u corners at barrier %u\n", corners, barrier);
+    if (!writeResult(outDirectory, "ombrix-fast.ppm", cornerOverlay(gray, xy.data(), corners))) return 1;
 
     obxSetOperationMode(OBX_MODE_REFERENCE);
     return 0;
