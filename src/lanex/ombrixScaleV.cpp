@@ -1,0 +1,442 @@
+// Vector variants of the downscalers and the Gaussian 2x up-scaler. Each
+// covers a row with whole vector steps, the last one moved back to end at
+// the row's end (outputs depend on the source only, so the overlap writes
+// the same values twice), and leaves borders and rows too short for one step
+// to the scalar code the references are built from.
+#include <string.h>
+
+#include "ombrixAssert.h"
+#include "ombrixKernels.h"
+#include "ombrixNeon.h"
+#include "ombrixScaleScalar.h"
+
+namespace {
+
+using namespace ombrix_scale;
+
+// Calls step(x) for x = begin, begin + N, ... while a whole step fits before
+// end, then once at end - N if outputs remain. Returns false, calling
+// nothing, when [begin, end) is shorter than one step.
+template <uint32_t N, typename Step>
+OMBRIX_ALWAYS_INLINE bool coverRow(uint32_t begin, uint32_t end, Step step) {
+    if (end < begin + N) return false;
+    uint32_t x = begin;
+    for (; x + N <= end; x += N) step(x);
+    if (x < end) step(end - N);
+    return true;
+}
+
+// ---- Box reductions -------------------------------------------------------------------
+
+// Sixteen 2x2 sums: pairwise sums of the first row, the second row's pairs
+// added on, both in u16.
+OMBRIX_ALWAYS_INLINE void box2Step(const uint8_t* r0, const uint8_t* r1, uint8_t* out) {
+    const uint16x8_t low = vpadalq_u8(vpaddlq_u8(vld1q_u8(r0)), vld1q_u8(r1));
+    const uint16x8_t high = vpadalq_u8(vpaddlq_u8(vld1q_u8(r0 + 16)), vld1q_u8(r1 + 16));
+    vst1q_u8(out, vcombine_u8(vshrn_n_u16(low, 2), vshrn_n_u16(high, 2)));
+}
+
+void box2Row(const uint8_t* r0, const uint8_t* r1, uint8_t* out, uint32_t outputs) {
+    const auto step = [=](uint32_t x) { box2Step(r0 + 2 * x, r1 + 2 * x, out + x); };
+    if (!coverRow<16>(0, outputs, step)) boxRow2(r0, r1, out, 0, outputs);
+}
+
+// Eight 4x4 sums: pairwise sums of four rows accumulated in u16 (at most
+// 8 * 255 each), then adjacent pairs added.
+OMBRIX_ALWAYS_INLINE void box4Step(const uint8_t* const* rows, uint32_t at, uint8_t* out) {
+    uint16x8_t pairs[2];
+    for (int q = 0; q < 2; ++q) {
+        pairs[q] = vpaddlq_u8(vld1q_u8(rows[0] + at + 16 * q));
+        for (int j = 1; j < 4; ++j) pairs[q] = vpadalq_u8(pairs[q], vld1q_u8(rows[j] + at + 16 * q));
+    }
+    const uint16x8_t sums = vcombine_u16(vpadd_u16(vget_low_u16(pairs[0]), vget_high_u16(pairs[0])),
+                                         vpadd_u16(vget_low_u16(pairs[1]), vget_high_u16(pairs[1])));
+    vst1_u8(out, vshrn_n_u16(sums, 4));
+}
+
+// ---- Gaussian 5x5 reduction by 2 ---------------------------------------------------------
+//
+// A block of N outputs x .. x+N-1 needs the column sums of source columns
+// 2x-2 .. 2x+2N. Sources are loaded deinterleaved, so that E[k] and O[k]
+// are the column sums of columns 2k and 2k+1 and output x is
+// E[x-1] + 4 O[x-1] + 6 E[x] + 4 O[x] + E[x+1]. Along a row each block's
+// second half comes from the next block's load; where that load would pass
+// the row's end, blocks load their three shifted sets of columns themselves.
+
+// u8: column sums and 2-D sums (at most 256 * 255) fit u16 lanes.
+struct GaussianU8 {
+    using Pixel = uint8_t;
+    using Lanes = uint16x8_t;
+    static constexpr uint32_t N = 8;
+    struct Cols {
+        uint16x8_t even, odd;
+    };
+    static OMBRIX_ALWAYS_INLINE Cols columns(const uint8_t* const* rows, uint32_t at) {
+        uint8x8x2_t r[5];
+        for (int j = 0; j < 5; ++j) r[j] = vld2_u8(rows[j] + at);
+        uint16x8_t sums[2];
+        for (int h = 0; h < 2; ++h) {
+            const uint16x8_t outer = vaddl_u8(r[0].val[h], r[4].val[h]), inner = vaddl_u8(r[1].val[h], r[3].val[h]);
+            sums[h] = vmlal_u8(mlaConst(outer, inner, 4), r[2].val[h], vdup_n_u8(6));
+        }
+        return {sums[0], sums[1]};
+    }
+    template <int K>
+    static OMBRIX_ALWAYS_INLINE uint16x8_t ext(uint16x8_t a, uint16x8_t b) {
+        return vextq_u16(a, b, K);
+    }
+    static OMBRIX_ALWAYS_INLINE void outputs(uint16x8_t evenBefore, uint16x8_t oddBefore, uint16x8_t even,
+                                             uint16x8_t odd, uint16x8_t evenAfter, uint8_t* out) {
+        const uint16x8_t sum =
+            mlaConst(mlaConst(vaddq_u16(evenBefore, evenAfter), vaddq_u16(oddBefore, odd), 4), even, 6);
+        vst1_u8(out, vrshrn_n_u16(sum, 8));  // (sum + 128) >> 8
+    }
+};
+
+// f32: binomial5() in lanes, the reference's association and roundings.
+struct GaussianF32 {
+    using Pixel = float;
+    using Lanes = float32x4_t;
+    static constexpr uint32_t N = 4;
+    struct Cols {
+        float32x4_t even, odd;
+    };
+    static OMBRIX_ALWAYS_INLINE float32x4_t binomial(float32x4_t t0, float32x4_t t1, float32x4_t t2, float32x4_t t3,
+                                                     float32x4_t t4) {
+        const float32x4_t outer = vaddq_f32(vaddq_f32(t0, t4), vaddq_f32(t2, t2));
+        return vaddq_f32(outer, vmulq_n_f32(vaddq_f32(vaddq_f32(t1, t3), t2), 4.0f));
+    }
+    static OMBRIX_ALWAYS_INLINE Cols columns(const float* const* rows, uint32_t at) {
+        float32x4x2_t r[5];
+        for (int j = 0; j < 5; ++j) r[j] = vld2q_f32(rows[j] + at);
+        float32x4_t sums[2];
+        for (int h = 0; h < 2; ++h)
+            sums[h] = binomial(r[0].val[h], r[1].val[h], r[2].val[h], r[3].val[h], r[4].val[h]);
+        return {sums[0], sums[1]};
+    }
+    template <int K>
+    static OMBRIX_ALWAYS_INLINE float32x4_t ext(float32x4_t a, float32x4_t b) {
+        return vextq_f32(a, b, K);
+    }
+    static OMBRIX_ALWAYS_INLINE void outputs(float32x4_t evenBefore, float32x4_t oddBefore, float32x4_t even,
+                                             float32x4_t odd, float32x4_t evenAfter, float* out) {
+        vst1q_f32(out, vmulq_n_f32(binomial(evenBefore, oddBefore, even, odd, evenAfter), 0.00390625f));
+    }
+};
+
+// Outputs 1 .. dw-2 of an output row whose five source rows are rows[0 .. 4];
+// needs dw >= N + 2.
+template <class P>
+void gaussianInteriorRow(const typename P::Pixel* const* rows, uint32_t width, typename P::Pixel* out) {
+    constexpr uint32_t N = P::N;
+    const uint32_t last = width / 2 - 2;  // the last output with all taps inside
+    uint32_t x = 1;
+    typename P::Cols cur = P::columns(rows, 0);
+    for (; x + N - 1 <= last && 2 * (x + N) - 2 + 2 * N <= width; x += N) {
+        const typename P::Cols next = P::columns(rows, 2 * (x + N) - 2);
+        P::outputs(cur.even, cur.odd, P::template ext<1>(cur.even, next.even), P::template ext<1>(cur.odd, next.odd),
+                   P::template ext<2>(cur.even, next.even), out + x);
+        cur = next;
+    }
+    const auto alone = [rows, out](uint32_t at) {
+        const typename P::Cols before = P::columns(rows, 2 * at - 2), centre = P::columns(rows, 2 * at),
+                               after = P::columns(rows, 2 * at + 2);
+        P::outputs(before.even, before.odd, centre.even, centre.odd, after.even, out + at);
+    };
+    for (; x + N - 1 <= last; x += N) alone(x);
+    if (x <= last) alone(last + 1 - N);
+}
+
+template <class P>
+void gaussianReduce(const typename P::Pixel* src, uint32_t width, uint32_t height, size_t srcStride,
+                    typename P::Pixel* dst, size_t dstStride) {
+    const uint32_t dw = width / 2, dh = height / 2;
+    for (uint32_t y = 0; y < dh; ++y) {
+        typename P::Pixel* out = rowAt(dst, dstStride, y);
+        if (y == 0 || y + 1 == dh || dw < P::N + 2) {
+            gaussianRow(src, srcStride, width, height, y, out, 0, dw);
+            continue;
+        }
+        const typename P::Pixel* rows[5];
+        for (int j = 0; j < 5; ++j) rows[j] = rowAt(src, srcStride, 2 * y - 2 + j);
+        gaussianRow(src, srcStride, width, height, y, out, 0, 1);
+        gaussianInteriorRow<P>(rows, width, out);
+        gaussianRow(src, srcStride, width, height, y, out, dw - 1, dw);
+    }
+}
+
+// ---- Gaussian 5x5 enlargement by 2 ---------------------------------------------------------
+//
+// Columns k0 .. k0+7 (all with both neighbours inside) of destination rows
+// 2r and 2r+1. Row 2r's column values are v = above + 6 centre + below;
+// row 2r+1's are 4u with u = centre + below, the 4 folded into the final
+// shifts: (4X + 32) >> 6 = (X + 8) >> 4 and (16Y + 32) >> 6 = (Y + 2) >> 2.
+OMBRIX_ALWAYS_INLINE void upStep(const UpRows& rows, uint32_t k0, uint8_t* even, uint8_t* odd) {
+    uint16x8_t v[3], u[3];  // at columns k-1, k, k+1
+    for (int d = 0; d < 3; ++d) {
+        const uint8x8_t above = vld1_u8(rows.above + k0 - 1 + d), centre = vld1_u8(rows.centre + k0 - 1 + d),
+                        below = vld1_u8(rows.below + k0 - 1 + d);
+        v[d] = vmlal_u8(vaddl_u8(above, below), centre, vdup_n_u8(6));
+        u[d] = vaddl_u8(centre, below);
+    }
+    uint8x8x2_t e, o;
+    e.val[0] = vrshrn_n_u16(mlaConst(vaddq_u16(v[0], v[2]), v[1], 6), 6);
+    e.val[1] = vrshrn_n_u16(vaddq_u16(v[1], v[2]), 4);
+    o.val[0] = vrshrn_n_u16(mlaConst(vaddq_u16(u[0], u[2]), u[1], 6), 4);
+    o.val[1] = vrshrn_n_u16(vaddq_u16(u[1], u[2]), 2);
+    vst2_u8(even + 2 * k0, e);
+    vst2_u8(odd + 2 * k0, o);
+}
+
+// ---- Arbitrary integer ratio -----------------------------------------------------------------
+
+// Column sums of ky rows for source columns [begin, end) into sums[c - begin],
+// sixteen columns at a time in u16 lanes (at most 257 rows of 255 fit) and
+// folded into u32 every 257 rows.
+constexpr uint32_t kRowsPerU16 = 257;
+
+OMBRIX_ALWAYS_INLINE void columnSumsStep(const uint8_t* block, size_t stride, uint32_t ky, uint32_t c,
+                                         uint32_t* sums) {
+    uint32x4_t total[4] = {vdupq_n_u32(0), vdupq_n_u32(0), vdupq_n_u32(0), vdupq_n_u32(0)};
+    for (uint32_t j0 = 0; j0 < ky; j0 += kRowsPerU16) {
+        const uint32_t j1 = ky - j0 < kRowsPerU16 ? ky : j0 + kRowsPerU16;
+        uint16x8_t low = vdupq_n_u16(0), high = vdupq_n_u16(0);
+        for (uint32_t j = j0; j < j1; ++j) {
+            const uint8x16_t p = vld1q_u8(rowAt(block, stride, j) + c);
+            low = vaddw_u8(low, vget_low_u8(p));
+            high = vaddw_u8(high, vget_high_u8(p));
+        }
+        total[0] = vaddw_u16(total[0], vget_low_u16(low));
+        total[1] = vaddw_u16(total[1], vget_high_u16(low));
+        total[2] = vaddw_u16(total[2], vget_low_u16(high));
+        total[3] = vaddw_u16(total[3], vget_high_u16(high));
+    }
+    for (int q = 0; q < 4; ++q) vst1q_u32(sums + 4 * q, total[q]);
+}
+
+void columnSums(const uint8_t* block, size_t stride, uint32_t ky, uint32_t begin, uint32_t end, uint32_t* sums) {
+    const auto step = [=](uint32_t c) { columnSumsStep(block, stride, ky, c, sums + (c - begin)); };
+    if (coverRow<16>(begin, end, step)) return;
+    for (uint32_t c = begin; c < end; ++c) {
+        uint32_t sum = 0;
+        for (uint32_t j = 0; j < ky; ++j) sum += rowAt(block, stride, j)[c];
+        sums[c - begin] = sum;
+    }
+}
+
+// floor(n / d) for n <= 255 d as (n * ceil(2^32 / d)) >> 32: with e =
+// ceil(2^32 / d) d - 2^32 < d the product overshoots n / d by n e / (d 2^32),
+// which stays below the gap to the next integer, 1/d, while n e < 2^32,
+// that is for every d up to 4104.
+constexpr uint32_t kMaxReciprocalDivisor = 4096;
+
+struct Divider {
+    uint64_t divisor, reciprocal;
+    explicit Divider(uint64_t d) : divisor(d), reciprocal(((uint64_t{1} << 32) + d - 1) / d) {}
+    uint8_t operator()(uint64_t n) const {
+        return static_cast<uint8_t>(divisor <= kMaxReciprocalDivisor ? (n * reciprocal) >> 32 : n / divisor);
+    }
+};
+
+// Outputs per chunk of column sums kept on the stack.
+constexpr uint32_t kSumColumns = 1024;
+
+// ---- Nearest neighbour -----------------------------------------------------------------------
+//
+// The source columns of eight neighbouring outputs lie within 32 bytes when
+// the ratio is below 4: such a group is one 32-byte load and one table
+// lookup. Groups are planned once per chunk of columns for every row: the
+// load's start (moved back to stay inside the row) and the eight offsets.
+constexpr uint32_t kNearestGroup = 8, kNearestSpan = 32, kNearestGroups = 64;
+
+struct NearestPlan {
+    uint32_t start[kNearestGroups];
+    uint8_t offsets[kNearestGroups][kNearestGroup];
+};
+
+}  // namespace
+
+extern "C" {
+
+void obxScaleDownBy2u8V(const uint8_t* imgSrc, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                        uint8_t* imgDst, uint32_t dstStride) {
+    OMBRIX_ASSERT(imgSrc && imgDst && srcWidth && srcHeight && ((srcWidth & 1) == 0) && ((srcHeight & 1) == 0) && (srcStride >= srcWidth) && (dstStride >= srcWidth/2));
+    const uint32_t dstStep = boxDstStep(srcWidth, dstStride);
+    for (uint32_t y = 0; y < srcHeight / 2; ++y) {
+        const uint8_t* r0 = rowAt(imgSrc, srcStride, 2 * y);
+        box2Row(r0, r0 + srcStride, rowAt(imgDst, dstStep, y), srcWidth / 2);
+    }
+}
+
+void obxScaleDownBy4u8V(const uint8_t* imgSrc, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                        uint8_t* imgDst, uint32_t dstStride) {
+    OMBRIX_ASSERT(imgSrc && imgDst && srcWidth && srcHeight && ((srcWidth & 3) == 0) && ((srcHeight & 3) == 0) && (srcStride >= srcWidth) && (dstStride >= srcWidth/4));
+    const uint32_t dstStep = boxDstStep(srcWidth, dstStride);
+    for (uint32_t y = 0; y < srcHeight / 4; ++y) {
+        const uint8_t* rows[4];
+        for (int j = 0; j < 4; ++j) rows[j] = rowAt(imgSrc, srcStride, 4 * y + j);
+        uint8_t* out = rowAt(imgDst, dstStep, y);
+        if (!coverRow<8>(0, srcWidth / 4, [&](uint32_t x) { box4Step(rows, 4 * x, out + x); }))
+            boxRow4(rows, out, 0, srcWidth / 4);
+    }
+}
+
+void obxScaleDownBy2Gaussian5x5u8V(const uint8_t* srcImg, uint32_t width, uint32_t height, uint8_t* dstImg) {
+    OMBRIX_ASSERT(srcImg && dstImg && width && height && ((width & 1) == 0 ) && ((height & 1) == 0));
+    gaussianReduce<GaussianU8>(srcImg, width, height, width, dstImg, width / 2);
+}
+
+void obxScaleDownBy2Gaussian5x5u8_v2V(const uint8_t* srcImg, uint32_t srcWidth, uint32_t srcHeight,
+                                      uint32_t srcStride, uint8_t* dstImg, uint32_t dstStride) {
+    OMBRIX_ASSERT(srcImg && dstImg && srcWidth && srcHeight && ((srcWidth & 1) == 0 ) && ((srcHeight & 1) == 0) && (srcStride >= srcWidth) && (dstStride >= srcWidth/2));
+    gaussianReduce<GaussianU8>(srcImg, srcWidth, srcHeight, srcStride, dstImg, dstStride);
+}
+
+void obxScaleDownBy2Gaussian5x5f32V(const float32_t* srcImg, uint32_t width, uint32_t height, float32_t* dstImg) {
+    OMBRIX_ASSERT(srcImg && width && height && ((width & 1) == 0 ) && ((height & 1) == 0));
+    gaussianReduce<GaussianF32>(srcImg, width, height, width, dstImg, width / 2);
+}
+
+void obxScaleUpBy2Gaussian5x5u8V(const uint8_t* srcImg, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                 uint8_t* dstImg, uint32_t dstStride) {
+    OMBRIX_ASSERT(srcImg && dstImg && srcWidth && srcHeight && (srcStride >= srcWidth) && (dstStride >= srcWidth*2));
+    for (uint32_t r = 0; r < srcHeight; ++r) {
+        const UpRows rows = upRows(srcImg, srcStride, srcHeight, r);
+        uint8_t* even = rowAt(dstImg, dstStride, 2 * r);
+        uint8_t* odd = even + dstStride;
+        // Columns 1 .. W-2 have both neighbours inside; the first and last
+        // take the edge rules.
+        if (srcWidth >= 2 &&
+            coverRow<8>(1, srcWidth - 1, [&](uint32_t k) { upStep(rows, k, even, odd); })) {
+            upColumns(rows, srcWidth, even, odd, 0, 1);
+            upColumns(rows, srcWidth, even, odd, srcWidth - 1, srcWidth);
+        } else {
+            upColumns(rows, srcWidth, even, odd, 0, srcWidth);
+        }
+    }
+}
+
+void obxScaleDownu8V(const uint8_t* srcImg, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                     uint8_t* dstImg, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride) {
+    OMBRIX_ASSERT(srcImg && dstImg && srcWidth && srcHeight && (srcStride >= srcWidth) && dstWidth && dstHeight && (dstStride >= dstWidth) && srcWidth >= dstWidth && srcHeight >= dstHeight);
+    const uint32_t kx = srcWidth / dstWidth, ky = srcHeight / dstHeight;
+    const Divider divide(uint64_t{kx} * ky);
+    // Whole outputs per chunk of column sums; a block wider than the chunk
+    // is summed directly.
+    const uint32_t chunk = kSumColumns / kx;
+    uint32_t sums[kSumColumns];
+    for (uint32_t y = 0; y < dstHeight; ++y) {
+        const uint8_t* block = rowAt(srcImg, srcStride, y * ky);
+        uint8_t* out = rowAt(dstImg, dstStride, y);
+        if (kx == 2 && ky == 2) {
+            box2Row(block, block + srcStride, out, dstWidth);
+            continue;
+        }
+        // Vertical pass over the rows of the block into column sums, then
+        // the horizontal pass over kx sums per output.
+        for (uint32_t x0 = 0; x0 < dstWidth; x0 += chunk ? chunk : 1) {
+            const uint32_t x1 = chunk && dstWidth - x0 > chunk ? x0 + chunk : dstWidth;
+            if (!chunk) {
+                uint64_t sum = 0;
+                for (uint32_t c = 0; c < kx; c += kSumColumns) {
+                    const uint32_t end = kx - c < kSumColumns ? kx : c + kSumColumns;
+                    columnSums(block, srcStride, ky, x0 * kx + c, x0 * kx + end, sums);
+                    for (uint32_t i = 0; i < end - c; ++i) sum += sums[i];
+                }
+                out[x0] = divide(sum);
+                continue;
+            }
+            columnSums(block, srcStride, ky, x0 * kx, x1 * kx, sums);
+            const uint32_t* s = sums;
+            for (uint32_t x = x0; x < x1; ++x, s += kx) {
+                uint64_t sum = 0;
+                for (uint32_t i = 0; i < kx; ++i) sum += s[i];
+                out[x] = divide(sum);
+            }
+        }
+    }
+}
+
+int32_t obxScaleDown3To2u8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                            uint8_t* dst, uint32_t dstStride) {
+    OMBRIX_ASSERT(src && dst && srcWidth && srcHeight && (srcStride ==0 || srcStride >= srcWidth) && (dstStride == 0 || dstStride >= ((srcWidth/3)<<1)));
+    if (srcWidth < 3 || srcHeight < 3) return 1;
+    if (srcStride == 0) srcStride = srcWidth;
+    if (dstStride == 0) dstStride = (srcWidth / 3) * 2;
+    const uint32_t blocks = srcWidth / 3;
+    for (uint32_t i = 0; i < srcHeight / 3; ++i) {
+        const uint8_t* r0 = rowAt(src, srcStride, 3 * i);
+        const uint8_t *r1 = r0 + srcStride, *r2 = r1 + srcStride;
+        uint8_t* d0 = rowAt(dst, dstStride, 2 * i);
+        uint8_t* d1 = d0 + dstStride;
+        // Eight blocks: p0, p1, p2 are the columns of the top, middle and
+        // bottom rows; every sum is at most 16 * 255.
+        const auto step = [=](uint32_t k) {
+            const uint8x8x3_t p0 = vld3_u8(r0 + 3 * k), p1 = vld3_u8(r1 + 3 * k), p2 = vld3_u8(r2 + 3 * k);
+            const uint8x8_t three = vdup_n_u8(3), nine = vdup_n_u8(9);
+            const uint16x8_t centre = vmovl_u8(p1.val[1]);
+            const uint16x8_t left = vmlal_u8(centre, p1.val[0], three), right = vmlal_u8(centre, p1.val[2], three);
+            const uint16x8_t top = vmull_u8(p0.val[1], three), bottom = vmull_u8(p2.val[1], three);
+            uint8x8x2_t upper, lower;
+            upper.val[0] = vshrn_n_u16(vmlal_u8(vaddq_u16(left, top), p0.val[0], nine), 4);
+            upper.val[1] = vshrn_n_u16(vmlal_u8(vaddq_u16(right, top), p0.val[2], nine), 4);
+            lower.val[0] = vshrn_n_u16(vmlal_u8(vaddq_u16(left, bottom), p2.val[0], nine), 4);
+            lower.val[1] = vshrn_n_u16(vmlal_u8(vaddq_u16(right, bottom), p2.val[2], nine), 4);
+            vst2_u8(d0 + 2 * k, upper);
+            vst2_u8(d1 + 2 * k, lower);
+        };
+        if (!coverRow<8>(0, blocks, step)) threeToTwoRow(r0, r1, r2, d0, d1, 0, blocks);
+    }
+    return 0;
+}
+
+void obxScaleDownNNu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                       uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride) {
+    OMBRIX_ASSERT(src && dst && srcWidth && srcHeight && (srcStride==0 || srcStride >= srcWidth) && dstWidth && dstHeight && (dstStride == 0 || dstStride >= dstWidth));
+    if (srcStride == 0) srcStride = srcWidth;
+    if (dstStride == 0) dstStride = dstWidth;
+    if (srcWidth == dstWidth && srcHeight == dstHeight) {
+        for (uint32_t y = 0; y < dstHeight; ++y) memcpy(rowAt(dst, dstStride, y), rowAt(src, srcStride, y), dstWidth);
+        return;
+    }
+    // Columns in chunks of whole groups; every row of a chunk uses its plan.
+    NearestPlan plan;
+    constexpr uint32_t kChunk = kNearestGroups * kNearestGroup;
+    for (uint32_t x0 = 0; x0 < dstWidth; x0 += kChunk) {
+        const uint32_t x1 = dstWidth - x0 > kChunk ? x0 + kChunk : dstWidth;
+        // Groups start at x0, x0 + 8, ... with the last moved back to end at
+        // x1; a chunk narrower than a group, or groups spanning more than
+        // the table, are gathered one pixel at a time.
+        uint32_t groups = 0;
+        bool lookup = srcWidth >= kNearestSpan && x1 - x0 >= kNearestGroup;
+        coverRow<kNearestGroup>(x0, x1, [&](uint32_t x) {
+            const uint32_t first = nearestIndex(x, srcWidth, dstWidth);
+            const uint32_t start = first + kNearestSpan <= srcWidth ? first : srcWidth - kNearestSpan;
+            plan.start[groups] = start;
+            for (uint32_t i = 0; i < kNearestGroup; ++i) {
+                const uint32_t offset = nearestIndex(x + i, srcWidth, dstWidth) - start;
+                lookup = lookup && offset < kNearestSpan;
+                plan.offsets[groups][i] = static_cast<uint8_t>(offset);
+            }
+            ++groups;
+        });
+        for (uint32_t y = 0; y < dstHeight; ++y) {
+            const uint32_t sy = nearestIndex(y, srcHeight, dstHeight);
+            const uint8_t* row = rowAt(src, srcStride, sy < srcHeight - 1 ? sy : srcHeight - 1);
+            uint8_t* out = rowAt(dst, dstStride, y);
+            if (!lookup) {
+                for (uint32_t x = x0; x < x1; ++x) out[x] = row[nearestIndex(x, srcWidth, dstWidth)];
+                continue;
+            }
+            uint32_t g = 0;
+            coverRow<kNearestGroup>(x0, x1, [&](uint32_t x) {
+                const uint8_t* from = row + plan.start[g];
+                const uint8x8x4_t table = {{vld1_u8(from), vld1_u8(from + 8), vld1_u8(from + 16), vld1_u8(from + 24)}};
+                vst1_u8(out + x, vtbl4_u8(table, vld1_u8(plan.offsets[g])));
+                ++g;
+            });
+        }
+    }
+}
+
+}  // extern "C"
