@@ -85,11 +85,40 @@ struct GaussianU8 {
     static OMBRIX_ALWAYS_INLINE uint16x8_t ext(uint16x8_t a, uint16x8_t b) {
         return vextq_u16(a, b, K);
     }
+    static OMBRIX_ALWAYS_INLINE uint16x8_t horizontal(uint16x8_t evenBefore, uint16x8_t oddBefore, uint16x8_t even,
+                                                      uint16x8_t odd, uint16x8_t evenAfter) {
+        return mlaConst(mlaConst(vaddq_u16(evenBefore, evenAfter), vaddq_u16(oddBefore, odd), 4), even, 6);
+    }
     static OMBRIX_ALWAYS_INLINE void outputs(uint16x8_t evenBefore, uint16x8_t oddBefore, uint16x8_t even,
                                              uint16x8_t odd, uint16x8_t evenAfter, uint8_t* out) {
-        const uint16x8_t sum =
-            mlaConst(mlaConst(vaddq_u16(evenBefore, evenAfter), vaddq_u16(oddBefore, odd), 4), even, 6);
+        const uint16x8_t sum = horizontal(evenBefore, oddBefore, even, odd, evenAfter);
         vst1_u8(out, vrshrn_n_u16(sum, 8));  // (sum + 128) >> 8
+    }
+
+    // Border rows: the rows present with their weights (0 for rows outside
+    // the image, whose pointers are any row of it).
+    static OMBRIX_ALWAYS_INLINE Cols borderColumns(const uint8_t* const* rows, const uint32_t* weights, uint32_t at) {
+        uint16x8_t sums[2] = {vdupq_n_u16(0), vdupq_n_u16(0)};
+        for (int j = 0; j < 5; ++j) {
+            const uint8x8x2_t r = vld2_u8(rows[j] + at);
+            const uint8x8_t weight = vdup_n_u8(static_cast<uint8_t>(weights[j]));
+            for (int h = 0; h < 2; ++h) sums[h] = vmlal_u8(sums[h], r.val[h], weight);
+        }
+        return {sums[0], sums[1]};
+    }
+    // floor(0.5 + sum * r) with r = reciprocal * 2^-31 exactly: (sum *
+    // reciprocal + 2^30) >> 31, see borderReciprocalQ31().
+    static OMBRIX_ALWAYS_INLINE void borderOutputs(uint16x8_t evenBefore, uint16x8_t oddBefore, uint16x8_t even,
+                                                   uint16x8_t odd, uint16x8_t evenAfter, uint32_t reciprocal,
+                                                   uint8_t* out) {
+        const uint16x8_t sum = horizontal(evenBefore, oddBefore, even, odd, evenAfter);
+        const uint32x2_t r = vdup_n_u32(reciprocal);
+        const uint32x4_t low = vmovl_u16(vget_low_u16(sum)), high = vmovl_u16(vget_high_u16(sum));
+        const uint32x4_t lowResults = vcombine_u32(vrshrn_n_u64(vmull_u32(vget_low_u32(low), r), 31),
+                                                   vrshrn_n_u64(vmull_u32(vget_high_u32(low), r), 31));
+        const uint32x4_t highResults = vcombine_u32(vrshrn_n_u64(vmull_u32(vget_low_u32(high), r), 31),
+                                                    vrshrn_n_u64(vmull_u32(vget_high_u32(high), r), 31));
+        vst1_u8(out, vmovn_u16(vcombine_u16(vmovn_u32(lowResults), vmovn_u32(highResults))));
     }
 };
 
@@ -122,29 +151,113 @@ struct GaussianF32 {
                                              float32x4_t odd, float32x4_t evenAfter, float* out) {
         vst1q_f32(out, vmulq_n_f32(binomial(evenBefore, oddBefore, even, odd, evenAfter), 0.00390625f));
     }
+
+    // Border rows: rows outside the image enter as 0, as in the reference.
+    static OMBRIX_ALWAYS_INLINE Cols borderColumns(const float* const* rows, const uint32_t* weights, uint32_t at) {
+        float32x4x2_t r[5];
+        for (int j = 0; j < 5; ++j) {
+            if (weights[j]) r[j] = vld2q_f32(rows[j] + at);
+            else r[j].val[0] = r[j].val[1] = vdupq_n_f32(0.0f);
+        }
+        float32x4_t sums[2];
+        for (int h = 0; h < 2; ++h)
+            sums[h] = binomial(r[0].val[h], r[1].val[h], r[2].val[h], r[3].val[h], r[4].val[h]);
+        return {sums[0], sums[1]};
+    }
+    static OMBRIX_ALWAYS_INLINE void borderOutputs(float32x4_t evenBefore, float32x4_t oddBefore, float32x4_t even,
+                                                   float32x4_t odd, float32x4_t evenAfter, float reciprocal, float* out) {
+        vst1q_f32(out, vmulq_n_f32(binomial(evenBefore, oddBefore, even, odd, evenAfter), reciprocal));
+    }
 };
+
+// The border factor of the u8 reduction as an integer: r = (float)(1/W) times
+// 2^31. W is at least 100, so r < 2^-6 has no bits below 2^-30 and the
+// product is exact; and sum * r (below 2^41 * 2^-31) is exact in double,
+// so floor(0.5 + sum * r) is (sum * reciprocal + 2^30) >> 31 exactly.
+inline uint32_t borderReciprocalQ31(uint32_t weight) {
+    return static_cast<uint32_t>(static_cast<double>(static_cast<float>(1.0 / weight)) * 2147483648.0);
+}
+
+// One border pixel of the u8 reduction: the taps inside the image, summed
+// per row, scaled as above.
+uint8_t borderPixel(const uint8_t* src, size_t stride, uint32_t w, uint32_t h, uint32_t x, uint32_t y) {
+    static const uint32_t kTaps[5] = {1, 4, 6, 4, 1};
+    const int64_t cx = int64_t{2} * x - 2, cy = int64_t{2} * y - 2;
+    const int iBegin = cx < 0 ? static_cast<int>(-cx) : 0, iEnd = cx + 5 > w ? static_cast<int>(w - cx) : 5;
+    const int jBegin = cy < 0 ? static_cast<int>(-cy) : 0, jEnd = cy + 5 > h ? static_cast<int>(h - cy) : 5;
+    uint32_t sum = 0, wx = 0, wy = 0;
+    for (int i = iBegin; i < iEnd; ++i) wx += kTaps[i];
+    for (int j = jBegin; j < jEnd; ++j) {
+        const uint8_t* row = rowAt(src, stride, static_cast<uint32_t>(cy + j)) + cx;
+        uint32_t rowSum = 0;
+        for (int i = iBegin; i < iEnd; ++i) rowSum += kTaps[i] * row[i];
+        sum += kTaps[j] * rowSum;
+        wy += kTaps[j];
+    }
+    return static_cast<uint8_t>((uint64_t{sum} * borderReciprocalQ31(wx * wy) + (1u << 30)) >> 31);
+}
+inline float borderPixel(const float* src, size_t stride, uint32_t w, uint32_t h, uint32_t x, uint32_t y) {
+    return gaussianPixel(src, stride, w, h, x, y);
+}
+inline uint32_t borderScale(uint32_t weight, const uint8_t*) { return borderReciprocalQ31(weight); }
+inline float borderScale(uint32_t weight, const float*) { return static_cast<float>(1.0 / weight); }
 
 // Outputs 1 .. dw-2 of an output row whose five source rows are rows[0 .. 4];
 // needs dw >= N + 2.
 template <class P>
 void gaussianInteriorRow(const typename P::Pixel* const* rows, uint32_t width, typename P::Pixel* out) {
+    using Pixel = typename P::Pixel;
     constexpr uint32_t N = P::N;
     const uint32_t last = width / 2 - 2;  // the last output with all taps inside
-    uint32_t x = 1;
-    typename P::Cols cur = P::columns(rows, 0);
-    for (; x + N - 1 <= last && 2 * (x + N) - 2 + 2 * N <= width; x += N) {
-        const typename P::Cols next = P::columns(rows, 2 * (x + N) - 2);
+    // Sliding steps while the block and the next load (2N pixels from
+    // column 2x + 2N - 2) stay inside: x = 1 + N i for i < slides.
+    const uint32_t byOutputs = last / N, byLoads = width >= 4 * N ? (width - 4 * N) / (2 * N) + 1 : 0;
+    const uint32_t slides = byOutputs < byLoads ? byOutputs : byLoads;
+    // Row pointers in locals, stepped along, so that they stay in registers.
+    const Pixel* at[5];
+    for (int j = 0; j < 5; ++j) at[j] = rows[j];
+    Pixel* to = out + 1;
+    typename P::Cols cur = P::columns(at, 0);
+    for (uint32_t i = 0; i < slides; ++i) {
+        for (int j = 0; j < 5; ++j) at[j] += 2 * N;
+        const typename P::Cols next = P::columns(at, 0);
         P::outputs(cur.even, cur.odd, P::template ext<1>(cur.even, next.even), P::template ext<1>(cur.odd, next.odd),
-                   P::template ext<2>(cur.even, next.even), out + x);
+                   P::template ext<2>(cur.even, next.even), to);
         cur = next;
+        to += N;
     }
-    const auto alone = [rows, out](uint32_t at) {
-        const typename P::Cols before = P::columns(rows, 2 * at - 2), centre = P::columns(rows, 2 * at),
-                               after = P::columns(rows, 2 * at + 2);
-        P::outputs(before.even, before.odd, centre.even, centre.odd, after.even, out + at);
+    const auto alone = [rows, out](uint32_t x) {
+        const typename P::Cols before = P::columns(rows, 2 * x - 2), centre = P::columns(rows, 2 * x),
+                               after = P::columns(rows, 2 * x + 2);
+        P::outputs(before.even, before.odd, centre.even, centre.odd, after.even, out + x);
     };
+    uint32_t x = 1 + slides * N;
     for (; x + N - 1 <= last; x += N) alone(x);
     if (x <= last) alone(last + 1 - N);
+}
+
+// Outputs 1 .. dw-2 of a border row (some of its taps' rows outside the
+// image): all their columns are inside, so they share the weight W = Wy * 16.
+template <class P>
+void gaussianBorderRow(const typename P::Pixel* src, size_t srcStride, uint32_t width, uint32_t height, uint32_t y,
+                       typename P::Pixel* out) {
+    static const uint32_t kTaps[5] = {1, 4, 6, 4, 1};
+    const typename P::Pixel* rows[5];
+    uint32_t weights[5], rowWeight = 0;
+    for (int j = 0; j < 5; ++j) {
+        const int64_t at = int64_t{2} * y - 2 + j;
+        const bool inside = at >= 0 && at < height;
+        rows[j] = rowAt(src, srcStride, inside ? static_cast<uint32_t>(at) : 0);
+        weights[j] = inside ? kTaps[j] : 0;
+        rowWeight += weights[j];
+    }
+    const auto scale = borderScale(rowWeight * 16, src);
+    coverRow<P::N>(1, width / 2 - 1, [&](uint32_t x) {
+        const typename P::Cols before = P::borderColumns(rows, weights, 2 * x - 2),
+                               centre = P::borderColumns(rows, weights, 2 * x),
+                               after = P::borderColumns(rows, weights, 2 * x + 2);
+        P::borderOutputs(before.even, before.odd, centre.even, centre.odd, after.even, scale, out + x);
+    });
 }
 
 template <class P>
@@ -153,15 +266,19 @@ void gaussianReduce(const typename P::Pixel* src, uint32_t width, uint32_t heigh
     const uint32_t dw = width / 2, dh = height / 2;
     for (uint32_t y = 0; y < dh; ++y) {
         typename P::Pixel* out = rowAt(dst, dstStride, y);
-        if (y == 0 || y + 1 == dh || dw < P::N + 2) {
+        if (dw < P::N + 2) {
             gaussianRow(src, srcStride, width, height, y, out, 0, dw);
+            continue;
+        }
+        out[0] = borderPixel(src, srcStride, width, height, 0, y);
+        out[dw - 1] = borderPixel(src, srcStride, width, height, dw - 1, y);
+        if (y == 0 || y + 1 == dh) {
+            gaussianBorderRow<P>(src, srcStride, width, height, y, out);
             continue;
         }
         const typename P::Pixel* rows[5];
         for (int j = 0; j < 5; ++j) rows[j] = rowAt(src, srcStride, 2 * y - 2 + j);
-        gaussianRow(src, srcStride, width, height, y, out, 0, 1);
         gaussianInteriorRow<P>(rows, width, out);
-        gaussianRow(src, srcStride, width, height, y, out, dw - 1, dw);
     }
 }
 
