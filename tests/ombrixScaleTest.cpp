@@ -3,6 +3,7 @@
 // against a direct evaluation of the definitions, uniform images, the
 // assertion texts, and randomized vector-against-reference comparisons with
 // guard bytes around and between the output rows.
+#include <array>
 #include <cmath>
 
 #include "ombrixKernels.h"
@@ -263,6 +264,14 @@ std::vector<Shape> comparisonShapes(const ScaleOp& op, uint32_t seed, int random
     for (uint32_t k = 1; k <= 40; ++k) add(k * wu, hu * (1 + rng() % 6));
     for (uint32_t k = 1; k <= 8; ++k) add(wu * (1 + rng() % 40), k * hu);
     for (int i = 0; i < randomCount; ++i) add(wu * (1 + rng() % (400 / wu)), hu * (1 + rng() % (60 / hu + 1)));
+    if (op.kind == Kind::Ratio) {
+        // Blocks past the exact reciprocal (kx * ky > 4096), wider than the
+        // column sums kept at once (kx > 1024), and taller than u16 lanes
+        // hold (ky > 257).
+        for (const auto& [sw, sh, dw, dh] : {std::array<uint32_t, 4>{300, 40, 2, 1}, {200, 30, 1, 1}, {2100, 2, 1, 1},
+                                              {2100, 3, 2, 3}, {20, 300, 3, 1}, {41, 520, 9, 2}})
+            shapes.push_back(makeShape(op, sw, sh, dw, dh, rng));
+    }
     return shapes;
 }
 

@@ -344,16 +344,65 @@ void columnSums(const uint8_t* block, size_t stride, uint32_t ky, uint32_t begin
 // floor(n / d) for n <= 255 d as (n * ceil(2^32 / d)) >> 32: with e =
 // ceil(2^32 / d) d - 2^32 < d the product overshoots n / d by n e / (d 2^32),
 // which stays below the gap to the next integer, 1/d, while n e < 2^32,
-// that is for every d up to 4104.
+// that is for every d up to 4104. Larger blocks divide.
 constexpr uint32_t kMaxReciprocalDivisor = 4096;
 
 struct Divider {
-    uint64_t divisor, reciprocal;
-    explicit Divider(uint64_t d) : divisor(d), reciprocal(((uint64_t{1} << 32) + d - 1) / d) {}
+    uint64_t divisor;
+    uint32_t reciprocal;  // for 2 <= divisor <= kMaxReciprocalDivisor
+    explicit Divider(uint64_t d)
+        : divisor(d), reciprocal(d >= 2 && d <= kMaxReciprocalDivisor
+                                     ? static_cast<uint32_t>(((uint64_t{1} << 32) + d - 1) / d) : 0) {}
     uint8_t operator()(uint64_t n) const {
-        return static_cast<uint8_t>(divisor <= kMaxReciprocalDivisor ? (n * reciprocal) >> 32 : n / divisor);
+        return static_cast<uint8_t>(reciprocal ? (n * reciprocal) >> 32 : n / divisor);
     }
 };
+
+// Four block sums of K column sums each, from 4K consecutive column sums.
+template <int K>
+OMBRIX_ALWAYS_INLINE uint32x4_t blockSums(const uint32_t* s) {
+    if constexpr (K == 1) {
+        return vld1q_u32(s);
+    } else if constexpr (K == 2) {
+        const uint32x4x2_t v = vld2q_u32(s);
+        return vaddq_u32(v.val[0], v.val[1]);
+    } else if constexpr (K == 3) {
+        const uint32x4x3_t v = vld3q_u32(s);
+        return vaddq_u32(vaddq_u32(v.val[0], v.val[1]), v.val[2]);
+    } else {
+        const uint32x4x4_t v = vld4q_u32(s);
+        return vaddq_u32(vaddq_u32(v.val[0], v.val[1]), vaddq_u32(v.val[2], v.val[3]));
+    }
+}
+
+// The reciprocal division of four sums, in lanes.
+OMBRIX_ALWAYS_INLINE uint16x4_t divideLanes(uint32x4_t sums, uint32x2_t reciprocal) {
+    return vmovn_u32(vcombine_u32(vshrn_n_u64(vmull_u32(vget_low_u32(sums), reciprocal), 32),
+                                  vshrn_n_u64(vmull_u32(vget_high_u32(sums), reciprocal), 32)));
+}
+
+// Outputs [0, n) from the column sums of their blocks, eight at a time for
+// blocks 1 to 4 columns wide; false when that does not apply.
+template <int K>
+bool blockRowLanes(const uint32_t* sums, uint32_t n, uint32_t reciprocal, uint8_t* out) {
+    const uint32x2_t r = vdup_n_u32(reciprocal);
+    return coverRow<8>(0, n, [=](uint32_t x) {
+        const uint16x8_t q = vcombine_u16(divideLanes(blockSums<K>(sums + K * x), r),
+                                          divideLanes(blockSums<K>(sums + K * (x + 4)), r));
+        vst1_u8(out + x, vmovn_u16(q));
+    });
+}
+
+bool blockRowLanes(uint32_t kx, const uint32_t* sums, uint32_t n, uint32_t reciprocal, uint8_t* out) {
+    if (!reciprocal) return false;
+    switch (kx) {
+        case 1: return blockRowLanes<1>(sums, n, reciprocal, out);
+        case 2: return blockRowLanes<2>(sums, n, reciprocal, out);
+        case 3: return blockRowLanes<3>(sums, n, reciprocal, out);
+        case 4: return blockRowLanes<4>(sums, n, reciprocal, out);
+        default: return false;
+    }
+}
 
 // Outputs per chunk of column sums kept on the stack.
 constexpr uint32_t kSumColumns = 1024;
@@ -363,12 +412,15 @@ constexpr uint32_t kSumColumns = 1024;
 // The source columns of eight neighbouring outputs lie within 32 bytes when
 // the ratio is below 4: such a group is one 32-byte load and one table
 // lookup. Groups are planned once per chunk of columns for every row: the
-// load's start (moved back to stay inside the row) and the eight offsets.
+// load's start (moved back to stay inside the row) and the eight offsets;
+// and the source column of every output, for rows gathered pixel by pixel.
 constexpr uint32_t kNearestGroup = 8, kNearestSpan = 32, kNearestGroups = 64;
+constexpr uint32_t kNearestChunk = kNearestGroups * kNearestGroup;
 
 struct NearestPlan {
     uint32_t start[kNearestGroups];
     uint8_t offsets[kNearestGroups][kNearestGroup];
+    uint32_t columns[kNearestChunk];
 };
 
 }  // namespace
@@ -464,6 +516,7 @@ void obxScaleDownu8V(const uint8_t* srcImg, uint32_t srcWidth, uint32_t srcHeigh
                 continue;
             }
             columnSums(block, srcStride, ky, x0 * kx, x1 * kx, sums);
+            if (blockRowLanes(kx, sums, x1 - x0, divide.reciprocal, out + x0)) continue;
             const uint32_t* s = sums;
             for (uint32_t x = x0; x < x1; ++x, s += kx) {
                 uint64_t sum = 0;
@@ -518,20 +571,20 @@ void obxScaleDownNNu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight
     }
     // Columns in chunks of whole groups; every row of a chunk uses its plan.
     NearestPlan plan;
-    constexpr uint32_t kChunk = kNearestGroups * kNearestGroup;
-    for (uint32_t x0 = 0; x0 < dstWidth; x0 += kChunk) {
-        const uint32_t x1 = dstWidth - x0 > kChunk ? x0 + kChunk : dstWidth;
+    for (uint32_t x0 = 0; x0 < dstWidth; x0 += kNearestChunk) {
+        const uint32_t x1 = dstWidth - x0 > kNearestChunk ? x0 + kNearestChunk : dstWidth;
+        for (uint32_t x = x0; x < x1; ++x) plan.columns[x - x0] = nearestIndex(x, srcWidth, dstWidth);
         // Groups start at x0, x0 + 8, ... with the last moved back to end at
         // x1; a chunk narrower than a group, or groups spanning more than
         // the table, are gathered one pixel at a time.
         uint32_t groups = 0;
         bool lookup = srcWidth >= kNearestSpan && x1 - x0 >= kNearestGroup;
         coverRow<kNearestGroup>(x0, x1, [&](uint32_t x) {
-            const uint32_t first = nearestIndex(x, srcWidth, dstWidth);
+            const uint32_t first = plan.columns[x - x0];
             const uint32_t start = first + kNearestSpan <= srcWidth ? first : srcWidth - kNearestSpan;
             plan.start[groups] = start;
             for (uint32_t i = 0; i < kNearestGroup; ++i) {
-                const uint32_t offset = nearestIndex(x + i, srcWidth, dstWidth) - start;
+                const uint32_t offset = plan.columns[x + i - x0] - start;
                 lookup = lookup && offset < kNearestSpan;
                 plan.offsets[groups][i] = static_cast<uint8_t>(offset);
             }
@@ -542,7 +595,7 @@ void obxScaleDownNNu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight
             const uint8_t* row = rowAt(src, srcStride, sy < srcHeight - 1 ? sy : srcHeight - 1);
             uint8_t* out = rowAt(dst, dstStride, y);
             if (!lookup) {
-                for (uint32_t x = x0; x < x1; ++x) out[x] = row[nearestIndex(x, srcWidth, dstWidth)];
+                for (uint32_t x = x0; x < x1; ++x) out[x] = row[plan.columns[x - x0]];
                 continue;
             }
             uint32_t g = 0;
