@@ -71,6 +71,9 @@ struct GaussianU8 {
     struct Cols {
         uint16x8_t even, odd;
     };
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+    // ARM: vld2 splits even and odd columns as it loads, and the widening
+    // adds take them as bytes.
     static OMBRIX_ALWAYS_INLINE Cols columns(const uint8_t* const* rows, uint32_t at) {
         uint8x8x2_t r[5];
         for (int j = 0; j < 5; ++j) r[j] = vld2_u8(rows[j] + at);
@@ -81,6 +84,26 @@ struct GaussianU8 {
         }
         return {sums[0], sums[1]};
     }
+#else
+    // Hosts: SIMDe translates vld2 and the 8-lane widening forms into
+    // several shuffles each; a 16-byte load read as u16 lanes gives the even
+    // columns in the low bytes and the odd ones in the high bytes, split by
+    // a mask and a shift.
+    static OMBRIX_ALWAYS_INLINE Cols columns(const uint8_t* const* rows, uint32_t at) {
+        uint16x8_t r[2][5];
+        for (int j = 0; j < 5; ++j) {
+            const uint16x8_t pairs = vreinterpretq_u16_u8(vld1q_u8(rows[j] + at));
+            r[0][j] = vandq_u16(pairs, vdupq_n_u16(0xFF));
+            r[1][j] = vshrq_n_u16(pairs, 8);
+        }
+        uint16x8_t sums[2];
+        for (int h = 0; h < 2; ++h) {
+            const uint16x8_t outer = vaddq_u16(r[h][0], r[h][4]), inner = vaddq_u16(r[h][1], r[h][3]);
+            sums[h] = mlaConst(mlaConst(outer, inner, 4), r[h][2], 6);
+        }
+        return {sums[0], sums[1]};
+    }
+#endif
     template <int K>
     static OMBRIX_ALWAYS_INLINE uint16x8_t ext(uint16x8_t a, uint16x8_t b) {
         return vextq_u16(a, b, K);
@@ -404,7 +427,7 @@ bool blockRowLanes(uint32_t kx, const uint32_t* sums, uint32_t n, uint32_t recip
     }
 }
 
-// Outputs per chunk of column sums kept on the stack.
+// Column sums kept on the stack at once.
 constexpr uint32_t kSumColumns = 1024;
 
 // ---- Nearest neighbour -----------------------------------------------------------------------
