@@ -524,6 +524,10 @@ void obxScaleDownu8V(const uint8_t* srcImg, uint32_t srcWidth, uint32_t srcHeigh
             box2Row(block, block + srcStride, out, dstWidth);
             continue;
         }
+        if (kx == 1 && ky == 1) {  // blocks of one pixel: the row's first dstWidth pixels
+            memcpy(out, block, dstWidth);
+            continue;
+        }
         // Vertical pass over the rows of the block into column sums, then
         // the horizontal pass over kx sums per output.
         for (uint32_t x0 = 0; x0 < dstWidth; x0 += chunk ? chunk : 1) {
@@ -624,7 +628,8 @@ void obxScaleDownNNu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight
             uint32_t g = 0;
             coverRow<kNearestGroup>(x0, x1, [&](uint32_t x) {
                 const uint8_t* from = row + plan.start[g];
-                const uint8x8x4_t table = {{vld1_u8(from), vld1_u8(from + 8), vld1_u8(from + 16), vld1_u8(from + 24)}};
+                const uint8x16_t low = vld1q_u8(from), high = vld1q_u8(from + 16);
+                const uint8x8x4_t table = {{vget_low_u8(low), vget_high_u8(low), vget_low_u8(high), vget_high_u8(high)}};
                 vst1_u8(out + x, vtbl4_u8(table, vld1_u8(plan.offsets[g])));
                 ++g;
             });
