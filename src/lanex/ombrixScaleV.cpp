@@ -57,8 +57,8 @@ OMBRIX_ALWAYS_INLINE void box4Step(const uint8_t* const* rows, uint32_t at, uint
 // ---- Gaussian 5x5 reduction by 2 ---------------------------------------------------------
 //
 // A block of N outputs x .. x+N-1 needs the column sums of source columns
-// 2x-2 .. 2x+2N. Sources are loaded deinterleaved, so that E[k] and O[k]
-// are the column sums of columns 2k and 2k+1 and output x is
+// 2x-2 .. 2x+2N. Even and odd columns are summed apart, so that E[k] and
+// O[k] are the column sums of columns 2k and 2k+1 and output x is
 // E[x-1] + 4 O[x-1] + 6 E[x] + 4 O[x] + E[x+1]. Along a row each block's
 // second half comes from the next block's load; where that load would pass
 // the row's end, blocks load their three shifted sets of columns themselves.
@@ -66,7 +66,6 @@ OMBRIX_ALWAYS_INLINE void box4Step(const uint8_t* const* rows, uint32_t at, uint
 // u8: column sums and 2-D sums (at most 256 * 255) fit u16 lanes.
 struct GaussianU8 {
     using Pixel = uint8_t;
-    using Lanes = uint16x8_t;
     static constexpr uint32_t N = 8;
     struct Cols {
         uint16x8_t even, odd;
@@ -148,7 +147,6 @@ struct GaussianU8 {
 // f32: binomial5() in lanes, the reference's association and roundings.
 struct GaussianF32 {
     using Pixel = float;
-    using Lanes = float32x4_t;
     static constexpr uint32_t N = 4;
     struct Cols {
         float32x4_t even, odd;
@@ -211,9 +209,9 @@ uint8_t borderPixel(const uint8_t* src, size_t stride, uint32_t w, uint32_t h, u
     uint32_t sum = 0, wx = 0, wy = 0;
     for (int i = iBegin; i < iEnd; ++i) wx += kTaps[i];
     for (int j = jBegin; j < jEnd; ++j) {
-        const uint8_t* row = rowAt(src, stride, static_cast<uint32_t>(cy + j)) + cx;
+        const uint8_t* row = rowAt(src, stride, static_cast<uint32_t>(cy + j));
         uint32_t rowSum = 0;
-        for (int i = iBegin; i < iEnd; ++i) rowSum += kTaps[i] * row[i];
+        for (int i = iBegin; i < iEnd; ++i) rowSum += kTaps[i] * row[cx + i];
         sum += kTaps[j] * rowSum;
         wy += kTaps[j];
     }
