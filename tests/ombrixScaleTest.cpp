@@ -384,6 +384,32 @@ TEST(ScaleHand, BoxReductionsRoundTheDestinationStepOnTheWidePath) {
     }
 }
 
+// A stride of 0 means packed rows where the contract admits it: the 3:2
+// reduction (destination (srcWidth/3)*2 wide) and nearest neighbour.
+TEST(ScaleHand, ZeroStridesMeanPackedRows) {
+    struct Case {
+        const char* op;
+        uint32_t sw, sh, dw, dh;
+    };
+    std::mt19937 rng(12);
+    for (const Case& c : {Case{"obxScaleDown3To2u8", 11, 7, 6, 4}, Case{"obxScaleDown3To2u8", 48, 9, 32, 6},
+                          Case{"obxScaleDownNNu8", 13, 5, 7, 3}, Case{"obxScaleDownNNu8", 70, 4, 41, 3}}) {
+        const ScaleOp& op = *std::find_if(std::begin(kOps), std::end(kOps),
+                                          [&c](const ScaleOp& o) { return std::string(o.name) == c.op; });
+        std::vector<uint8_t> src(size_t{c.sw} * c.sh);
+        fillRandom(src.data(), src.size(), rng);
+        for (bool vector : {false, true}) {
+            SCOPED_TRACE(::testing::Message() << c.op << " " << c.sw << "x" << c.sh << (vector ? " V" : " C"));
+            const Call& call = vector ? op.vector : op.reference;
+            std::vector<uint8_t> packed(size_t{c.dw} * c.dh + 16, 77), explicitStrides(packed);
+            EXPECT_EQ(call(src.data(), c.sw, c.sh, 0, packed.data(), c.dw, c.dh, 0), 0);
+            EXPECT_EQ(call(src.data(), c.sw, c.sh, c.sw, explicitStrides.data(), c.dw, c.dh, c.dw), 0);
+            EXPECT_EQ(packed, explicitStrides);
+            EXPECT_EQ(packed[size_t{c.dw} * c.dh], 77);
+        }
+    }
+}
+
 // ---- Every output byte ------------------------------------------------------------------------
 
 // Random images of small sizes and of the first sizes with whole vector
