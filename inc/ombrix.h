@@ -416,6 +416,150 @@ typedef void obxTiltedIntegralu8s32_fn(const uint8_t* src, uint32_t srcWidth, ui
 OBX_DECLARE_OPERATION(obxTiltedIntegralu8s32)
 OBX_API obxTiltedIntegralu8s32_fn obxTiltedIntegralu8s32C;
 
+/* ---- Downscaling ---------------------------------------------------------------- */
+
+/* Box reductions of an 8-bit image by 2 and by 4: each output is the sum of
+ * its 2x2 or 4x4 source block shifted right by 2 or 4, truncating. Source
+ * sizes are multiples of the factor. dst rows advance by dstStride, or by
+ * dstStride rounded down to a multiple of 4 when srcWidth is a multiple of 16.
+ * The 5x5 Gaussian up-scaler (obxScaleUpBy2Gaussian5x5u8_v2) has the same
+ * arguments: see below. Strides are in bytes. */
+typedef void obxScaleu8_fn(const uint8_t* imgSrc, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                           uint8_t* imgDst, uint32_t dstStride);
+
+typedef obxScaleu8_fn obxScaleDownBy2u8_v2_fn;
+OBX_DECLARE_OPERATION(obxScaleDownBy2u8_v2)
+OBX_API obxScaleu8_fn obxScaleDownBy2u8C;
+
+typedef obxScaleu8_fn obxScaleDownBy4u8_v2_fn;
+OBX_DECLARE_OPERATION(obxScaleDownBy4u8_v2)
+OBX_API obxScaleu8_fn obxScaleDownBy4u8C;
+
+/* Gaussian 5x5 reduction by 2 (weights (1 4 6 4 1) x (1 4 6 4 1)) centred on
+ * source pixel (2x, 2y), into (width/2) x (height/2); width and height even.
+ * Where all 25 taps lie inside the image: (sum + 128) >> 8 (u8), sum *
+ * 0.00390625f (f32). At the borders the outside taps are dropped and the sum
+ * is scaled by r = (float)(1/W), W the weights kept: floor(0.5 + sum * r) in
+ * double (u8), sum * r (f32). f32 sums are formed per 5 taps as
+ * ((t0 + t4) + (t2 + t2)) + 4 * ((t1 + t3) + t2), columns first and then
+ * across them, outside taps as 0. The first form takes packed images
+ * (strides width and width/2), the _v2 form byte strides. On ARMv7 the f32
+ * vector variant runs on NEON, which flushes subnormal values to zero: it
+ * matches the reference for images whose sums stay normal. */
+typedef void obxScaleDownBy2Gaussian5x5u8_fn(const uint8_t* srcImg, uint32_t width, uint32_t height,
+                                             uint8_t* dstImg);
+OBX_DECLARE_OPERATION(obxScaleDownBy2Gaussian5x5u8)
+OBX_API obxScaleDownBy2Gaussian5x5u8_fn obxScaleDownBy2Gaussian5x5u8C;
+
+typedef obxScaleu8_fn obxScaleDownBy2Gaussian5x5u8_v2_fn;
+OBX_DECLARE_OPERATION(obxScaleDownBy2Gaussian5x5u8_v2)
+OBX_API obxScaleu8_fn obxScaleDownBy2Gaussian5x5u8_v2C;
+
+typedef void obxScaleDownBy2Gaussian5x5f32_fn(const float32_t* srcImg, uint32_t width, uint32_t height,
+                                              float32_t* dstImg);
+OBX_DECLARE_OPERATION(obxScaleDownBy2Gaussian5x5f32)
+OBX_API obxScaleDownBy2Gaussian5x5f32_fn obxScaleDownBy2Gaussian5x5f32C;
+
+/* Gaussian 5x5 enlargement by 2 into (2 srcWidth) x (2 srcHeight): source
+ * row r gives rows 2r (s(r-1) + 6 s(r) + s(r+1)) and 2r+1 (4 s(r) + 4
+ * s(r+1)), then the same weights across these column values v give columns
+ * 2k and 2k+1; result (sum + 32) >> 6. Above the first row and left of the
+ * first column the neighbour is mirrored (s(-1) = s(1), v(-1) = v(1)); below
+ * the last row and right of the last column the last one is repeated (s(H)
+ * = s(H-1), v(W) = v(W-1)), so columns 2W-2 and 2W-1 use v(W-1) twice where
+ * v(W) would be. A mirror beyond a single row or column repeats it. */
+typedef obxScaleu8_fn obxScaleUpBy2Gaussian5x5u8_v2_fn;
+OBX_DECLARE_OPERATION(obxScaleUpBy2Gaussian5x5u8_v2)
+OBX_API obxScaleu8_fn obxScaleUpBy2Gaussian5x5u8C;
+
+/* Reductions to a given size.
+ * obxScaleDownu8_v2: kx = srcWidth / dstWidth, ky = srcHeight / dstHeight;
+ * each output is the sum of its kx x ky block divided by kx * ky, truncating.
+ * Source columns from dstWidth * kx and rows from dstHeight * ky on are
+ * ignored.
+ * obxScaleDownNNu8: nearest neighbour, output (x, y) = source
+ * (floor(x * srcWidth / dstWidth), min(srcHeight - 1, floor(y * srcHeight /
+ * dstHeight))), the quotients exact in 64-bit arithmetic; equal sizes copy the
+ * rows. Strides of 0 mean packed (NN only). Strides are in bytes. */
+typedef void obxScaleDownToSizeu8_fn(const uint8_t* srcImg, uint32_t srcWidth, uint32_t srcHeight,
+                                     uint32_t srcStride, uint8_t* dstImg, uint32_t dstWidth, uint32_t dstHeight,
+                                     uint32_t dstStride);
+
+typedef obxScaleDownToSizeu8_fn obxScaleDownu8_v2_fn;
+OBX_DECLARE_OPERATION(obxScaleDownu8_v2)
+OBX_API obxScaleDownToSizeu8_fn obxScaleDownu8C;
+
+/* 3:2 reduction: every 3x3 block p00..p22 gives the 2x2 block
+ * d00 = (9 p00 + 3 p01 + 3 p10 + p11) >> 4 and its mirror images towards the
+ * other three corners. Blocks start at rows and columns 0, 3, 6, ... while
+ * three fit; the rest is dropped. dst is (srcWidth/3)*2 wide. Returns 1 and
+ * writes nothing when srcWidth or srcHeight is below 3, else 0. Strides in
+ * bytes; 0 means packed. */
+typedef int32_t obxScaleDown3To2u8_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                      uint32_t srcStride, uint8_t* dst, uint32_t dstStride);
+OBX_DECLARE_OPERATION(obxScaleDown3To2u8)
+OBX_API obxScaleDown3To2u8_fn obxScaleDown3To2u8C;
+
+typedef obxScaleDownToSizeu8_fn obxScaleDownNNu8_fn;
+OBX_DECLARE_OPERATION(obxScaleDownNNu8)
+OBX_API obxScaleDownToSizeu8_fn obxScaleDownNNu8C;
+
+/* ---- Image pyramids ---------------------------------------------------------------- */
+
+/* One level of a pyramid: packed rows of width * element size bytes. */
+typedef struct {
+    void* ptr;
+    uint32_t width;
+    uint32_t height;
+} obxPyramidLevel;
+
+/* Allocates levels 1 .. numLevels-1 (each half the previous size, rounding
+ * down) and, when allocateBase is non-zero, level 0, through obxMemAlloc with
+ * 16-byte alignment. Returns 0, or -1 at the first failed allocation (the
+ * levels allocated so far stay allocated). */
+typedef int32_t obxPyramidAllocate_fn(obxPyramidLevel* pyr, uint32_t baseWidth, uint32_t baseHeight,
+                                      uint32_t bytesPerPixel, uint32_t numLevels, uint32_t allocateBase);
+OBX_DECLARE_OPERATION(obxPyramidAllocate)
+OBX_API obxPyramidAllocate_fn obxPyramidAllocateC;
+
+/* Frees the buffers of levels startLevel .. numLevels-1; pointers are kept. */
+typedef void obxPyramidDelete_fn(obxPyramidLevel* pyr, uint32_t numLevels, uint32_t startLevel);
+OBX_DECLARE_OPERATION(obxPyramidDelete)
+OBX_API obxPyramidDelete_fn obxPyramidDeleteC;
+
+/* Level 0 := the caller's base image (not copied); each further level is the
+ * Gaussian 5x5 reduction of the one before, through its slot. Both base sizes
+ * must be divisible by 2^(numLevels-1). Returns 0, or -1 when a level buffer
+ * is null. */
+typedef int32_t obxPyramidCreateu8_fn(const uint8_t* base, uint32_t baseWidth, uint32_t baseHeight,
+                                      uint32_t numLevels, obxPyramidLevel* pyramid);
+OBX_DECLARE_OPERATION(obxPyramidCreateu8)
+OBX_API obxPyramidCreateu8_fn obxPyramidCreateu8C;
+
+typedef int32_t obxPyramidCreatef32_fn(const float32_t* base, uint32_t baseWidth, uint32_t baseHeight,
+                                       uint32_t numLevels, obxPyramidLevel* pyramid);
+OBX_DECLARE_OPERATION(obxPyramidCreatef32)
+OBX_API obxPyramidCreatef32_fn obxPyramidCreatef32C;
+
+/* Planar Sobel gradients (the _v2 forms, through their slots) of every level
+ * of an 8-bit pyramid into caller-allocated dx and dy pyramids. Level sizes
+ * are halved from level 0's, rounding down, and written into dxPyr and dyPyr.
+ * Returns 0, or -1 when a gradient buffer is null. */
+typedef int32_t obxPyramidSobelGradientCreate_fn(const obxPyramidLevel* imgPyr, obxPyramidLevel* dxPyr,
+                                                 obxPyramidLevel* dyPyr, uint32_t numLevels);
+
+typedef obxPyramidSobelGradientCreate_fn obxPyramidSobelGradientCreatei16_fn;
+OBX_DECLARE_OPERATION(obxPyramidSobelGradientCreatei16)
+OBX_API obxPyramidSobelGradientCreate_fn obxPyramidSobelGradientCreatei16C;
+
+typedef obxPyramidSobelGradientCreate_fn obxPyramidSobelGradientCreatei8_fn;
+OBX_DECLARE_OPERATION(obxPyramidSobelGradientCreatei8)
+OBX_API obxPyramidSobelGradientCreate_fn obxPyramidSobelGradientCreatei8C;
+
+typedef obxPyramidSobelGradientCreate_fn obxPyramidSobelGradientCreatef32_fn;
+OBX_DECLARE_OPERATION(obxPyramidSobelGradientCreatef32)
+OBX_API obxPyramidSobelGradientCreate_fn obxPyramidSobelGradientCreatef32C;
+
 /* ---- YCbCr to RGB: full-range planar and pseudo-planar ------------------------ */
 
 /* Full-range YCbCr (Q8, rounded, no luma offset) to RGB565 (B in bits 15-11,
@@ -700,7 +844,7 @@ typedef int32_t obxLocalHarrisMaxu8_fn(const uint8_t* src, uint32_t srcWidth, ui
 OBX_DECLARE_OPERATION(obxLocalHarrisMaxu8)
 OBX_API obxLocalHarrisMaxu8_fn obxLocalHarrisMaxu8C;
 
-/* ---- Features: FAST corners ---------------------------------------------------- */
+/* ---- FAST corners ---------------------------------------------------------------- */
 
 /* FAST corners of an 8-bit image: a pixel is a corner when 9 (FAST9) or 10
  * (FAST10) contiguous pixels of the radius-3 circle around it are all

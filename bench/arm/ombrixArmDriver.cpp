@@ -175,10 +175,30 @@ Workload<obxBlurBorderu8_fn> workload(const std::string& name, const Scene& s, o
             }};
 }
 
-// Image to image without parameters: the u8 neighbourhood filters, and the
+// The resamplers of this type: reductions by 2 (box and Gaussian) and 4 of
+// the scene, and the 2x Gaussian enlargement of its top-left quarter back to
+// the scene's size. Reductions count per source pixel and are set against
+// memcpy of their source, the bytes they must read; the enlargement counts
+// per destination pixel.
+Workload<obxScaleu8_fn> scaleWorkload(const std::string& name, const Scene& s) {
+    if (contains(name, "ScaleUp")) {
+        return {double(s.pixels()), s.pixels(), {s.pixels()}, [&s](obxScaleu8_fn* f, const std::vector<Bytes>& out) {
+                    f(s.gray.data(), s.w / 2, s.h / 2, s.w, out[0].data(), s.w);
+                }};
+    }
+    // Whole blocks only: the scene's size rounded down to the factor.
+    const uint32_t factor = contains(name, "By4") ? 4 : 2, w = s.w / factor * factor, h = s.h / factor * factor;
+    return {double(w) * h, size_t{w} * h, {size_t{w} * h / (factor * factor)},
+            [&s, factor, w, h](obxScaleu8_fn* f, const std::vector<Bytes>& out) {
+                f(s.gray.data(), w, h, s.w, out[0].data(), w / factor);
+            }};
+}
+
+// Image to image without parameters: the u8 neighbourhood filters, the
 // colour conversions of RGB888 (bytes R, G, B) to gray or to interleaved
-// Y, Cr, Cb.
+// Y, Cr, Cb, and the fixed-factor resamplers above.
 Workload<obxNeighbourhoodu8_fn> workload(const std::string& name, const Scene& s, obxNeighbourhoodu8_fn*) {
+    if (contains(name, "Scale")) return scaleWorkload(name, s);
     const bool colour = contains(name, "Color");
     const Bytes& src = colour ? s.rgb : s.gray;
     const uint32_t in = colour ? 3 : 1, out = colour && !contains(name, "Gray") ? 3 : 1;
@@ -289,6 +309,58 @@ Workload<obxLocalHarrisMaxu8_fn> workload(const std::string&, const Scene& s, ob
             }};
 }
 
+// ---- Resampling -------------------------------------------------------------------------
+
+Workload<obxScaleDownBy2Gaussian5x5f32_fn> workload(const std::string&, const Scene& s,
+                                                    obxScaleDownBy2Gaussian5x5f32_fn*) {
+    return {double(s.pixels()), s.pixels() * 4, {s.pixels()},
+            [&s](obxScaleDownBy2Gaussian5x5f32_fn* f, const std::vector<Bytes>& out) {
+                f(s.f32.as<float32_t>(), s.w, s.h, out[0].as<float32_t>());
+            }};
+}
+
+// Reductions to a size: a 3 x 3 box ratio (640x480 to 213x160), and nearest
+// neighbour by 1.6 (to 400x300), per source pixel against memcpy of it.
+Workload<obxScaleDownToSizeu8_fn> workload(const std::string& name, const Scene& s, obxScaleDownToSizeu8_fn*) {
+    const bool nearest = contains(name, "NN");
+    const uint32_t dw = nearest ? s.w * 5 / 8 : s.w / 3, dh = nearest ? s.h * 5 / 8 : s.h / 3;
+    return {double(s.pixels()), s.pixels(), {size_t{dw} * dh},
+            [&s, dw, dh](obxScaleDownToSizeu8_fn* f, const std::vector<Bytes>& out) {
+                f(s.gray.data(), s.w, s.h, s.w, out[0].data(), dw, dh, dw);
+            }};
+}
+
+Workload<obxScaleDown3To2u8_fn> workload(const std::string&, const Scene& s, obxScaleDown3To2u8_fn*) {
+    const size_t dw = s.w / 3 * 2, dh = s.h / 3 * 2;
+    return {double(s.pixels()), s.pixels(), {dw * dh}, [&s](obxScaleDown3To2u8_fn* f, const std::vector<Bytes>& out) {
+                f(s.gray.data(), s.w, s.h, s.w, out[0].data(), 0);
+            }};
+}
+
+// Gradient pyramids of four levels, each level's pixels the top-left part of
+// the scene; dx levels one after another in the first output, dy levels in
+// the second. Per pixel of level 0.
+Workload<obxPyramidSobelGradientCreate_fn> workload(const std::string& name, const Scene& s,
+                                                    obxPyramidSobelGradientCreate_fn*) {
+    constexpr uint32_t kLevels = 4;
+    const size_t bytes = contains(name, "i16") ? 2 : contains(name, "f32") ? 4 : 1;
+    size_t total = 0;
+    for (uint32_t i = 0; i < kLevels; ++i) total += size_t{s.w >> i} * (s.h >> i) * bytes;
+    return {double(s.pixels()), 2 * total, {total, total},
+            [&s, bytes](obxPyramidSobelGradientCreate_fn* f, const std::vector<Bytes>& out) {
+                obxPyramidLevel image[kLevels], dx[kLevels], dy[kLevels];
+                size_t offset = 0;
+                for (uint32_t i = 0; i < kLevels; ++i) {
+                    const uint32_t w = s.w >> i, h = s.h >> i;
+                    image[i] = {s.gray.data(), w, h};
+                    dx[i].ptr = out[0].data() + offset;
+                    dy[i].ptr = out[1].data() + offset;
+                    offset += size_t{w} * h * bytes;
+                }
+                f(image, dx, dy, kLevels);
+            }};
+}
+
 // Output bytes per pixel of a YCbCr -> RGB operation, from its name.
 uint32_t rgbBytes(const std::string& name) { return contains(name, "RGBA8888") ? 4 : contains(name, "RGB888") ? 3 : 2; }
 
@@ -314,7 +386,15 @@ Workload<obxYCbCrPseudoPlanarToRGBu8_fn> workload(const std::string& name, const
 
 // Packed frames to packed RGB: the camera preview to RGB565 (4:2:0 with
 // Cb,Cr pairs) and the block layouts to RGB888.
+// The packed Gaussian reduction by 2 shares this type; it reads the gray
+// scene and is set against memcpy of it.
 Workload<obxColorYUV420toRGB565u8_fn> workload(const std::string& name, const Scene& s, obxColorYUV420toRGB565u8_fn*) {
+    if (contains(name, "Gaussian")) {
+        return {double(s.pixels()), s.pixels(), {s.pixels() / 4},
+                [&s](obxColorYUV420toRGB565u8_fn* f, const std::vector<Bytes>& out) {
+                    f(s.gray.data(), s.w, s.h, out[0].data());
+                }};
+    }
     const bool preview = contains(name, "YUV420");
     const Bytes& src = preview ? s.nv12 : s.blocks;
     const uint32_t bytes = preview ? 2 : 3;

@@ -152,6 +152,24 @@ OBX_OP(obxImageGradientSobelPlanarf32f32_v2, obxImageGradientSobelPlanarf32f32C,
 OBX_OP(obxImageGradientScharrInterleaveds16, obxImageGradientScharrInterleaveds16C, obxImageGradientScharrInterleaveds16V)
 OBX_OP(obxFilterCanny3x3u8_v2, obxFilterCanny3x3u8C, obxFilterCanny3x3u8V)
 
+/* Resampling: downscaling and pyramids */
+OBX_OP(obxScaleDownBy2u8_v2, obxScaleDownBy2u8C, obxScaleDownBy2u8V)
+OBX_OP(obxScaleDownBy4u8_v2, obxScaleDownBy4u8C, obxScaleDownBy4u8V)
+OBX_OP(obxScaleDownBy2Gaussian5x5u8, obxScaleDownBy2Gaussian5x5u8C, obxScaleDownBy2Gaussian5x5u8V)
+OBX_OP(obxScaleDownBy2Gaussian5x5u8_v2, obxScaleDownBy2Gaussian5x5u8_v2C, obxScaleDownBy2Gaussian5x5u8_v2V)
+OBX_OP(obxScaleDownBy2Gaussian5x5f32, obxScaleDownBy2Gaussian5x5f32C, obxScaleDownBy2Gaussian5x5f32V)
+OBX_OP(obxScaleUpBy2Gaussian5x5u8_v2, obxScaleUpBy2Gaussian5x5u8C, obxScaleUpBy2Gaussian5x5u8V)
+OBX_OP(obxScaleDownu8_v2, obxScaleDownu8C, obxScaleDownu8V)
+OBX_OP(obxScaleDown3To2u8, obxScaleDown3To2u8C, obxScaleDown3To2u8V)
+OBX_OP(obxScaleDownNNu8, obxScaleDownNNu8C, obxScaleDownNNu8V)
+OBX_OP_REF(obxPyramidAllocate, obxPyramidAllocateC)
+OBX_OP_REF(obxPyramidCreateu8, obxPyramidCreateu8C)
+OBX_OP_REF(obxPyramidCreatef32, obxPyramidCreatef32C)
+OBX_OP_REF(obxPyramidDelete, obxPyramidDeleteC)
+OBX_OP(obxPyramidSobelGradientCreatei16, obxPyramidSobelGradientCreatei16C, obxPyramidSobelGradientCreatei16V)
+OBX_OP(obxPyramidSobelGradientCreatei8, obxPyramidSobelGradientCreatei8C, obxPyramidSobelGradientCreatei8V)
+OBX_OP(obxPyramidSobelGradientCreatef32, obxPyramidSobelGradientCreatef32C, obxPyramidSobelGradientCreatef32V)
+
 /* Resampling: integral images */
 OBX_OP(obxIntegrateImageu8_v2, obxIntegrateImageu8_v2C, obxIntegrateImageu8_v2V)
 OBX_OP(obxIntegratePatchu8_v2, obxIntegratePatchu8C, obxIntegratePatchu8V)
