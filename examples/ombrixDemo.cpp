@@ -2,9 +2,9 @@
 // how each operation mode is answered, and then runs a small camera pipeline
 // on a sample scene (or the PGM/PPM named on the command line): the picture
 // becomes a 4:2:0 pseudo-planar camera frame, which is converted to RGB and to
-// gray, smoothed, searched for edges and for FAST corners. Every stage is
-// timed on the reference and on the vector table and its result is written
-// out.
+// gray, smoothed, searched for edges and for FAST corners, and reduced to a
+// 4-level pyramid. Every stage is timed on the reference and on the vector
+// table and its result is written out.
 //
 //   ombrix_demo [image.pgm|image.ppm] [--out DIRECTORY]
 #include <stdio.h>
@@ -142,6 +142,21 @@ Image cornerOverlay(const Image& gray, const uint32_t* xy, uint32_t count) {
     return overlay;
 }
 
+// The levels of a pyramid side by side, top-aligned, on a black background.
+Image pyramidStrip(const obxPyramidLevel* levels, uint32_t count) {
+    uint32_t width = 0;
+    for (uint32_t i = 0; i < count; ++i) width += levels[i].width;
+    Image strip(width, levels[0].height, 1);
+    uint32_t left = 0;
+    for (uint32_t i = 0; i < count; ++i) {
+        const uint8_t* pixels = static_cast<const uint8_t*>(levels[i].ptr);
+        for (uint32_t y = 0; y < levels[i].height; ++y)
+            memcpy(strip.data() + size_t{y} * width + left, pixels + size_t{y} * levels[i].width, levels[i].width);
+        left += levels[i].width;
+    }
+    return strip;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -250,6 +265,25 @@ int main(int argc, char** argv) {
               reinterpret_cast<void* const*>(&obxCornerFast9u8_v2_));
     printf("  %u corners at barrier %u\n", corners, barrier);
     if (!writeResult(outDirectory, "ombrix-fast.ppm", cornerOverlay(gray, xy.data(), corners))) return 1;
+
+    // A 4-level Gaussian pyramid of the gray picture, cropped so that both
+    // sizes divide by 8; levels 1 to 3 come from the library's allocator.
+    constexpr uint32_t kLevels = 4;
+    const uint32_t baseWidth = gray.width & ~7u, baseHeight = gray.height & ~7u;
+    Image base(baseWidth, baseHeight, 1);
+    for (uint32_t y = 0; y < baseHeight; ++y)
+        memcpy(base.data() + size_t{y} * baseWidth, gray.data() + size_t{y} * gray.stride(), baseWidth);
+    obxPyramidLevel pyramid[kLevels] = {};
+    if (obxPyramidAllocate_(pyramid, baseWidth, baseHeight, 1, kLevels, 0) != 0) {
+        fprintf(stderr, "cannot allocate the pyramid levels\n");
+        return 1;
+    }
+    timeStage("obxPyramidCreateu8 (4 levels)",
+              [&] { obxPyramidCreateu8_(base.data(), baseWidth, baseHeight, kLevels, pyramid); },
+              reinterpret_cast<void* const*>(&obxScaleDownBy2Gaussian5x5u8_));
+    const bool written = writeResult(outDirectory, "ombrix-pyramid.pgm", pyramidStrip(pyramid, kLevels));
+    obxPyramidDelete_(pyramid, kLevels, 1);
+    if (!written) return 1;
 
     obxSetOperationMode(OBX_MODE_REFERENCE);
     return 0;
