@@ -7,6 +7,7 @@
 // stays in a register, and are added to the row above. They are formed as
 // even and odd entries, which a de-interleaving load and a re-interleaving
 // store move between the table and the registers, eight entries each.
+// (Hosts take put16() for sixteen pixels of a plain row instead.)
 // Squared pixels take the same path in 32-bit lanes.
 //
 // A row's last partial group is done as the eight pixels ending the row:
@@ -118,6 +119,40 @@ OMBRIX_ALWAYS_INLINE void put8(RowCursor& row, uint32x4_t& running, GroupSums su
     hideFromOptimiser<Opaque>(row.above, row.out);
 }
 
+#if !defined(__ARM_NEON) && !defined(__ARM_NEON__)
+// Hosts: SIMDe turns the de-interleaving load and re-interleaving store of
+// put8() into shuffles, the widening of 64-bit halves into several more, and
+// each vext into a byte shuffle, of which x86 cores run fewer per cycle than
+// plain arithmetic. Here the running sums of the pixel pairs are formed
+// within each 64-bit half (eight pixels) by shifts of the 64-bit lanes; the
+// odd and, less the odd pixels, even sums are zipped into two 16-bit vectors
+// in pixel order, each zipped with zero into two 32-bit ones, and added to
+// the running total and the row above with plain loads and stores. The
+// second half starts from the running total after the first.
+template <bool Opaque>
+OMBRIX_ALWAYS_INLINE void put16(RowCursor& row, uint32x4_t& running, uint8x16_t pixels) {
+    const uint16x8_t zero = vdupq_n_u16(0);
+    uint64x2_t pairs = vreinterpretq_u64_u16(vpaddlq_u8(pixels));
+    pairs = vaddq_u64(pairs, vshlq_n_u64(pairs, 16));
+    pairs = vaddq_u64(pairs, vshlq_n_u64(pairs, 32));
+    const uint16x8_t odd = vreinterpretq_u16_u64(pairs);
+    const uint16x8_t even = vsubq_u16(odd, vshrq_n_u16(vreinterpretq_u16_u8(pixels), 8));
+    const uint16x8x2_t sums = vzipq_u16(even, odd);
+    const uint16x8x2_t low = vzipq_u16(sums.val[0], zero), high = vzipq_u16(sums.val[1], zero);
+    uint32x4_t s[4];
+    s[0] = vaddq_u32(running, vreinterpretq_u32_u16(low.val[0]));
+    s[1] = vaddq_u32(running, vreinterpretq_u32_u16(low.val[1]));
+    running = vdupq_laneq_u32(s[1], 3);
+    s[2] = vaddq_u32(running, vreinterpretq_u32_u16(high.val[0]));
+    s[3] = vaddq_u32(running, vreinterpretq_u32_u16(high.val[1]));
+    running = vdupq_laneq_u32(s[3], 3);
+    for (int q = 0; q < 4; ++q) vst1q_u32(row.out + 4 * q, vaddq_u32(vld1q_u32(row.above + 4 * q), s[q]));
+    row.above += 16;
+    row.out += 16;
+    hideFromOptimiser<Opaque>(row.above, row.out);
+}
+#endif
+
 // The row kernel: out[i] = above[i] + pixels 0 .. i, i < count, and the
 // same over squared pixels into out2 when Squares is set. Sums alone go
 // sixteen pixels a group, then eight; with squares, whose groups need twice
@@ -142,6 +177,12 @@ OMBRIX_ALWAYS_INLINE void integrateRow(const uint8_t* row, uint32_t count, const
     uint32_t eights = count / 8;
     if constexpr (!Squares) {
         for (; eights >= 2; eights -= 2, pixels += 16 * Px::kStep) {
+#if !defined(__ARM_NEON) && !defined(__ARM_NEON__)
+            if constexpr (Px::kStep == 1) {
+                put16<Opaque>(sums, running, vld1q_u8(pixels));
+                continue;
+            }
+#endif
             GroupSums first, second;
             pixelSums(Px::load16(pixels), running, first, second);
             put8<Opaque>(sums, running, first);
