@@ -41,16 +41,33 @@ namespace {
 // is v > p + k and darker v < p - k, the sums saturated: p + k >= 255 leaves
 // nothing brighter and p - k <= 0 nothing darker, as in signed arithmetic.
 // brighterBy / darkerBy are non-zero exactly where the pixel is brighter /
-// darker (the saturated difference; at the rejection step a maximum of them
-// is an "or" and a minimum an "and", native on every vector unit);
-// brighter / darker are the comparison masks.
+// darker (the saturated difference, one instruction everywhere);
+// brighter / darker are the comparison masks of a circle pixel in the form
+// operand() gives it.
 struct StrictThresholds {
     uint8x16_t hi, lo;
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
     OMBRIX_ALWAYS_INLINE StrictThresholds(uint8x16_t p, uint8x16_t k) : hi(vqaddq_u8(p, k)), lo(vqsubq_u8(p, k)) {}
-    OMBRIX_ALWAYS_INLINE uint8x16_t brighterBy(uint8x16_t v) const { return vqsubq_u8(v, hi); }
-    OMBRIX_ALWAYS_INLINE uint8x16_t darkerBy(uint8x16_t v) const { return vqsubq_u8(lo, v); }
+    OMBRIX_ALWAYS_INLINE uint8x16_t operand(uint8x16_t v) const { return v; }
     OMBRIX_ALWAYS_INLINE uint8x16_t brighter(uint8x16_t v) const { return vcgtq_u8(v, hi); }
     OMBRIX_ALWAYS_INLINE uint8x16_t darker(uint8x16_t v) const { return vcltq_u8(v, lo); }
+#else
+    // Hosts have no unsigned byte comparison: SIMDe builds each from three
+    // instructions. With the sign bit of both sides flipped the signed one
+    // gives the same order, one instruction a comparison and one flip a
+    // circle pixel for both polarities.
+    int8x16_t hiSigned, loSigned;
+    OMBRIX_ALWAYS_INLINE StrictThresholds(uint8x16_t p, uint8x16_t k)
+        : hi(vqaddq_u8(p, k)), lo(vqsubq_u8(p, k)), hiSigned(flipSign(hi)), loSigned(flipSign(lo)) {}
+    static OMBRIX_ALWAYS_INLINE int8x16_t flipSign(uint8x16_t v) {
+        return vreinterpretq_s8_u8(veorq_u8(v, vdupq_n_u8(0x80)));
+    }
+    OMBRIX_ALWAYS_INLINE int8x16_t operand(uint8x16_t v) const { return flipSign(v); }
+    OMBRIX_ALWAYS_INLINE uint8x16_t brighter(int8x16_t v) const { return vcgtq_s8(v, hiSigned); }
+    OMBRIX_ALWAYS_INLINE uint8x16_t darker(int8x16_t v) const { return vcgtq_s8(loSigned, v); }
+#endif
+    OMBRIX_ALWAYS_INLINE uint8x16_t brighterBy(uint8x16_t v) const { return vqsubq_u8(v, hi); }
+    OMBRIX_ALWAYS_INLINE uint8x16_t darkerBy(uint8x16_t v) const { return vqsubq_u8(lo, v); }
 };
 
 // Below barrier 0 (k = min(-b - 1, 255)): v > p + b is v >= p - k and v < p - b
@@ -60,6 +77,7 @@ struct InclusiveThresholds {
     uint8x16_t hi, lo;
     OMBRIX_ALWAYS_INLINE InclusiveThresholds(uint8x16_t p, uint8x16_t k)
         : hi(vqsubq_u8(p, k)), lo(vqaddq_u8(p, k)) {}
+    OMBRIX_ALWAYS_INLINE uint8x16_t operand(uint8x16_t v) const { return v; }
     OMBRIX_ALWAYS_INLINE uint8x16_t brighter(uint8x16_t v) const { return vcgeq_u8(v, hi); }
     OMBRIX_ALWAYS_INLINE uint8x16_t darker(uint8x16_t v) const { return vcleq_u8(v, lo); }
     OMBRIX_ALWAYS_INLINE uint8x16_t brighterBy(uint8x16_t v) const { return brighter(v); }
@@ -68,25 +86,35 @@ struct InclusiveThresholds {
 
 // True when some lane is non-zero. ARM folds the halves and then the words
 // in vector registers (GCC passes a 64-bit lane through the stack); SIMDe
-// would pass the halves through memory, so hosts read both 64-bit lanes.
+// would pass the halves through memory, so hosts test the whole register
+// (or read both 64-bit lanes without SSE4.1).
 OMBRIX_ALWAYS_INLINE bool anyLane(uint8x16_t m) {
 #if defined(__ARM_NEON) || defined(__ARM_NEON__)
     const uint32x2_t folded = vreinterpret_u32_u8(vorr_u8(vget_low_u8(m), vget_high_u8(m)));
     return vget_lane_u32(vpmax_u32(folded, folded), 0) != 0;
+#elif defined(SIMDE_X86_SSE4_1_NATIVE)
+    const __m128i v = simde_uint8x16_to_m128i(m);
+    return !_mm_testz_si128(v, v);
 #else
     const uint64x2_t words = vreinterpretq_u64_u8(m);
     return (vgetq_lane_u64(words, 0) | vgetq_lane_u64(words, 1)) != 0;
 #endif
 }
 
-// Bit i set for every lane i that is all ones.
+// Bit i set for every lane i that is all ones. ARM weighs the lanes and adds
+// them pairwise; SIMDe translates the 64-bit pairwise additions into a
+// dozen shuffles, where hosts have the byte mask in one instruction.
 OMBRIX_ALWAYS_INLINE uint32_t laneBits(uint8x16_t m) {
+#if !defined(__ARM_NEON) && !defined(__ARM_NEON__) && defined(SIMDE_X86_SSE2_NATIVE)
+    return static_cast<uint32_t>(_mm_movemask_epi8(simde_uint8x16_to_m128i(m)));
+#else
     static const uint8_t kWeights[16] = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
     const uint8x16_t weighted = vandq_u8(m, vld1q_u8(kWeights));
     uint8x8_t sums = vpadd_u8(vget_low_u8(weighted), vget_high_u8(weighted));
     sums = vpadd_u8(sums, sums);
     sums = vpadd_u8(sums, sums);  // lane 0: lanes 0-7, lane 1: lanes 8-15
     return vget_lane_u16(vreinterpret_u16_u8(sums), 0);
+#endif
 }
 
 // One polarity's comparisons packed into a ring of 16 bits a centre: `first`
@@ -134,8 +162,9 @@ OMBRIX_ALWAYS_INLINE uint8x16_t appendBit(uint8x16_t acc, uint8x16_t m) {
 // The first mask starts the byte as it is: on ARM the inserts replace its
 // lower bits, on hosts the seven doublings leave only its top bit.
 template <int I, bool Bright, bool Dark, typename Thresholds>
-OMBRIX_ALWAYS_INLINE void pack(const Thresholds& t, uint8x16_t v, uint8x16_t& bright, uint8x16_t& dark) {
+OMBRIX_ALWAYS_INLINE void pack(const Thresholds& t, uint8x16_t pixels, uint8x16_t& bright, uint8x16_t& dark) {
     constexpr int kBit = I % 8;
+    const auto v = t.operand(pixels);
     if constexpr (Bright) bright = kBit == 0 ? t.brighter(v) : appendBit<kBit>(bright, t.brighter(v));
     if constexpr (Dark) dark = kBit == 0 ? t.darker(v) : appendBit<kBit>(dark, t.darker(v));
 }
@@ -177,12 +206,13 @@ OMBRIX_ALWAYS_INLINE uint8x16_t arcCentres(const Thresholds& t, const uint8_t* c
 struct CompassPairs {
     uint8x16_t bright, dark;
 };
+// (0 or 8) and (4 or 12) brighter is min(max(v0, v8), max(v4, v12)) brighter,
+// and darker is max(min(v0, v8), min(v4, v12)) darker: the pairs are folded
+// on the pixels, shared by both polarities, before one threshold test each.
 template <typename Thresholds>
 OMBRIX_ALWAYS_INLINE CompassPairs compassPairs(const Thresholds& t, const uint8x16_t compass[4]) {
-    return {vminq_u8(vmaxq_u8(t.brighterBy(compass[0]), t.brighterBy(compass[2])),
-                     vmaxq_u8(t.brighterBy(compass[1]), t.brighterBy(compass[3]))),
-            vminq_u8(vmaxq_u8(t.darkerBy(compass[0]), t.darkerBy(compass[2])),
-                     vmaxq_u8(t.darkerBy(compass[1]), t.darkerBy(compass[3])))};
+    return {t.brighterBy(vminq_u8(vmaxq_u8(compass[0], compass[2]), vmaxq_u8(compass[1], compass[3]))),
+            t.darkerBy(vmaxq_u8(vminq_u8(compass[0], compass[2]), vminq_u8(compass[1], compass[3])))};
 }
 OMBRIX_ALWAYS_INLINE void loadCompass(const uint8_t* c, const int32_t* offsets, uint8x16_t compass[4]) {
     compass[0] = vld1q_u8(c + offsets[0]);
@@ -317,6 +347,36 @@ OMBRIX_ALWAYS_INLINE int32_t smallestLane(uint8x16_t v) {
     return vget_lane_u8(m, 0);
 }
 
+// A and B of the score for the circle pixels v.
+struct ArcExtremes {
+    int32_t largestMin, smallestMax;
+};
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+template <int N>
+OMBRIX_ALWAYS_INLINE ArcExtremes arcExtremes(uint8x16_t v) {
+    return {largestLane(arcMin<N>(v)), smallestLane(arcMax<N>(v))};
+}
+#else
+// Hosts: SIMDe emulates the 64-bit pairwise reductions with a dozen
+// instructions each. The arc maxima are the complements of the arc minima
+// of the complemented ring; both folds share one register, the minima's in
+// the low eight lanes and the complemented maxima's in the high eight, and
+// finish with shifts within the two 64-bit lanes, all native instructions.
+template <int N>
+OMBRIX_ALWAYS_INLINE ArcExtremes arcExtremes(uint8x16_t v) {
+    const uint8x16_t mins = arcMin<N>(v), notMaxes = arcMin<N>(vmvnq_u8(v));
+    // Lane i of both halves: the larger of lanes i and i + 8.
+    const uint8x16_t foldedMins = vmaxq_u8(mins, vextq_u8(mins, mins, 8));
+    const uint8x16_t foldedNotMaxes = vmaxq_u8(notMaxes, vextq_u8(notMaxes, notMaxes, 8));
+    uint64x2_t both = vreinterpretq_u64_u8(vextq_u8(foldedMins, foldedNotMaxes, 8));
+    both = vreinterpretq_u64_u8(vmaxq_u8(vreinterpretq_u8_u64(both), vreinterpretq_u8_u64(vshrq_n_u64(both, 32))));
+    both = vreinterpretq_u64_u8(vmaxq_u8(vreinterpretq_u8_u64(both), vreinterpretq_u8_u64(vshrq_n_u64(both, 16))));
+    both = vreinterpretq_u64_u8(vmaxq_u8(vreinterpretq_u8_u64(both), vreinterpretq_u8_u64(vshrq_n_u64(both, 8))));
+    const uint8x16_t lanes = vreinterpretq_u8_u64(both);
+    return {vgetq_lane_u8(lanes, 0), 255 - static_cast<int32_t>(vgetq_lane_u8(lanes, 8))};
+}
+#endif
+
 template <int N>
 OMBRIX_ALWAYS_INLINE uint32_t directScore(const uint8_t* p, const int32_t* pixel, int32_t barrier) {
     uint8x16_t v = vdupq_n_u8(0);
@@ -337,8 +397,9 @@ OMBRIX_ALWAYS_INLINE uint32_t directScore(const uint8_t* p, const int32_t* pixel
     v = vld1q_lane_u8(p + pixel[14], v, 14);
     v = vld1q_lane_u8(p + pixel[15], v, 15);
     const int32_t centre = *p;
-    const int32_t brightest = largestLane(arcMin<N>(v)) - centre;  // A - p
-    const int32_t darkest = centre - smallestLane(arcMax<N>(v));   // p - B
+    const ArcExtremes arcs = arcExtremes<N>(v);
+    const int32_t brightest = arcs.largestMin - centre;  // A - p
+    const int32_t darkest = centre - arcs.smallestMax;   // p - B
     const int32_t score = (brightest > darkest ? brightest : darkest) - 1;
     return static_cast<uint32_t>(score > barrier ? score : barrier);
 }
