@@ -936,6 +936,35 @@ typedef obxCornerFastInMaskScoreNmsu8_fn obxCornerFast10InMaskScoreu8_fn;
 OBX_DECLARE_OPERATION(obxCornerFast10InMaskScoreu8)
 OBX_API obxCornerFastInMaskScoreNmsu8_fn obxCornerFast10InMaskScoreu8C;
 
+/* ---- Linear algebra: SVD and solvers --------------------------------------- */
+
+/* Singular value decomposition of the m x n row-major matrix A by one-sided
+ * Jacobi rotations, so that A = U * diag(w) * Vt with k = min(m, n) singular
+ * values in descending order in w. For m >= n, U is m x n (columns are the
+ * left singular vectors) and Vt is n x n. For m < n the roles follow the
+ * rows of A: U is m x m and Vt is m x n. A zero singular value's vector
+ * is the constant vector made orthogonal to those before it, or zero when
+ * nothing of it remains. tmpU holds m * n floats and tmpV k * k floats of
+ * caller scratch. */
+typedef void obxSVDf32_fn(const float* A, uint32_t m, uint32_t n, float* w, float* U, float* Vt, float* tmpU,
+                          float* tmpV);
+OBX_DECLARE_OPERATION(obxSVDf32)
+OBX_API obxSVDf32_fn obxSVDf32C;
+
+/* Least-squares (minimum-norm for rank-deficient A) solution of A x = b,
+ * numRows >= numCols, through obxSVDf32 with singular values at or below
+ * 1.2e-6 times their sum dropped. A scratch shortage leaves x unwritten. */
+typedef void obxSolvef32_fn(const float* A, int32_t numRows, int32_t numCols, const float* b, float* x);
+OBX_DECLARE_OPERATION(obxSolvef32)
+OBX_API obxSolvef32_fn obxSolvef32C;
+
+/* Solves the symmetric positive definite N x N system A x = b by an in-place
+ * Cholesky factorisation of A's upper triangle (diag receives the factor's
+ * diagonal). Returns 1, or 0 at the first pivot <= 0, leaving x unwritten. */
+typedef int32_t obxSolveCholeskyf32_fn(float* A, const float* b, float* diag, uint32_t N, float* x);
+OBX_DECLARE_OPERATION(obxSolveCholeskyf32)
+OBX_API obxSolveCholeskyf32_fn obxSolveCholeskyf32C;
+
 #ifdef __cplusplus
 }
 #endif

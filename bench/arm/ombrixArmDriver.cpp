@@ -590,6 +590,48 @@ Workload<obxFastCornerScore_fn> workload(const std::string&, const Scene& s, obx
     return work;
 }
 
+// ---- Linear algebra -----------------------------------------------------------------------
+
+// A fixed 8 x 8 matrix of the size the homography fit solves, from a small
+// linear congruential sequence in [-1, 1).
+std::vector<float> matrix8x8() {
+    std::vector<float> a(64);
+    uint32_t state = 12345;
+    for (float& v : a) v = float((state = state * 1103515245u + 12345u) >> 8) / float(1u << 23) - 1.0f;
+    return a;
+}
+
+// One SVD of the 8 x 8 matrix per call; every output and scratch array is
+// compared.
+Workload<obxSVDf32_fn> workload(const std::string&, const Scene&, obxSVDf32_fn*) {
+    return {1, 4 * (8 + 64 * 4), {8 * 4, 64 * 4, 64 * 4, 64 * 4, 64 * 4}, [](obxSVDf32_fn* f, const std::vector<Bytes>& out) {
+                static const std::vector<float> a = matrix8x8();
+                f(a.data(), 8, 8, out[0].as<float>(), out[1].as<float>(), out[2].as<float>(), out[3].as<float>(),
+                  out[4].as<float>());
+            }};
+}
+
+// One Cholesky solve of the 8 x 8 normal matrix M^T M + I per call, copied
+// into the output that the solve overwrites.
+Workload<obxSolveCholeskyf32_fn> workload(const std::string&, const Scene&, obxSolveCholeskyf32_fn*) {
+    return {1, 4 * (64 + 16), {64 * 4, 8 * 4, 8 * 4, 4}, [](obxSolveCholeskyf32_fn* f, const std::vector<Bytes>& out) {
+                static const std::vector<float> spd = [] {
+                    const std::vector<float> m = matrix8x8();
+                    std::vector<float> a(64);
+                    for (uint32_t i = 0; i < 8; ++i)
+                        for (uint32_t j = 0; j < 8; ++j) {
+                            float sum = i == j ? 1.0f : 0.0f;
+                            for (uint32_t t = 0; t < 8; ++t) sum += m[t * 8 + i] * m[t * 8 + j];
+                            a[i * 8 + j] = sum;
+                        }
+                    return a;
+                }();
+                static const float b[8] = {1, -2, 3, -4, 5, -6, 7, -8};
+                memcpy(out[0].data(), spd.data(), 64 * 4);
+                out[3].as<int32_t>()[0] = f(out[0].as<float>(), b, out[1].as<float>(), 8, out[2].as<float>());
+            }};
+}
+
 // ---- Counting -------------------------------------------------------------------------
 
 void markWindow(long phase) { syscall(OMBRIX_INSN_MARK, phase); }

@@ -199,6 +199,11 @@ OBX_OP_REF(obxCornerFast10InMaskScoreu8, obxCornerFast10InMaskScoreu8C)
 OBX_KERNEL(fast9_corner_score, fast9_corner_scoreC, fast9_corner_scoreV)
 OBX_KERNEL(fast10_corner_score, fast10_corner_scoreC, fast10_corner_scoreV)
 
+/* Geometry: SVD and linear solvers */
+OBX_OP(obxSVDf32, obxSVDf32C, obxSVDf32V)
+OBX_OP_REF(obxSolvef32, obxSolvef32C)
+OBX_OP(obxSolveCholeskyf32, obxSolveCholeskyf32C, obxSolveCholeskyf32V)
+
 #undef OBX_OP
 #undef OBX_OP_REF
 #undef OBX_OP_STATIC
