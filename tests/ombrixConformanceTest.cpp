@@ -56,7 +56,9 @@ const char* const kManagementNames[] = {
     "obxPlatformOptClose", "OMBRIXs_ASSERT", "ombrixs_assert", "ombrix_libv_log", "obxLogAssert",
     "obxGetTime", "obxMemInit", "obxMemDeInit", "obxMemAlloc", "obxMemFree", "obxHeapStatsInit",
     "obxHeapStatsMalloc", "obxHeapStatsFree", "obxHeapStats", "libLogPrint", "obxFuzzingDisable",
-    "useRemoteLanex",
+    "useRemoteLanex", "obxInitMemStorage", "obxDeInitMemStorage", "obxAllocateMemBlock",
+    "obxInitSeq", "obxClearSeq", "obxSeqPush", "obxSeqPushMulti", "obxSeqPopMulti", "obxGetSeqElem",
+    "obxStartReadSeq", "obxNextSeqElem",
 };
 
 // ---- The manifest, as names ---------------------------------------------------------
