@@ -936,6 +936,33 @@ typedef obxCornerFastInMaskScoreNmsu8_fn obxCornerFast10InMaskScoreu8_fn;
 OBX_DECLARE_OPERATION(obxCornerFast10InMaskScoreu8)
 OBX_API obxCornerFastInMaskScoreNmsu8_fn obxCornerFast10InMaskScoreu8C;
 
+/* ---- 16x16 sum of absolute differences ------------------------------------ */
+
+/* Sum of |a - b| over the 256 pixel pairs of two 16x16 blocks, each given by
+ * its top-left pixel and its row stride in bytes. */
+typedef uint32_t obxSumOfAbsoluteDiff16x16u8_fn(const uint8_t* a, uint32_t aStride, const uint8_t* b,
+                                                uint32_t bStride);
+OBX_DECLARE_OPERATION(obxSumOfAbsoluteDiff16x16u8)
+OBX_API obxSumOfAbsoluteDiff16x16u8_fn obxSumOfAbsoluteDiff16x16u8C;
+
+/* ---- Block-matching optical flow -------------------------------------------- */
+
+/* Motion of 16x16 blocks of src1 found in src2 on a grid of step shiftSize
+ * over the region [roiLeft, roiRight) x [roiTop, roiBottom), searched within
+ * +-searchWidth, +-searchHeight in steps of searchStep (then refined to one
+ * pixel when searchStep >= 2). For each accepted block appends its position
+ * (locX, locY) and the matched position in src2 (mvX, mvY, a position, not a
+ * displacement); *numMv receives the count. The outputs need room for one
+ * entry per grid block. `reserved` is not read; pass 0. */
+typedef void obxTrackBMOpticalFlow16x16u8_fn(const uint8_t* src1, const uint8_t* src2, uint32_t srcWidth,
+                                             uint32_t srcHeight, uint32_t srcStride, uint32_t roiLeft,
+                                             uint32_t roiTop, uint32_t roiRight, uint32_t roiBottom,
+                                             uint32_t shiftSize, uint32_t searchWidth, uint32_t searchHeight,
+                                             uint32_t searchStep, uint32_t reserved, uint32_t* numMv,
+                                             uint32_t* locX, uint32_t* locY, uint32_t* mvX, uint32_t* mvY);
+OBX_DECLARE_OPERATION(obxTrackBMOpticalFlow16x16u8)
+OBX_API obxTrackBMOpticalFlow16x16u8_fn obxTrackBMOpticalFlow16x16u8C;
+
 #ifdef __cplusplus
 }
 #endif

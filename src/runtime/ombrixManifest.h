@@ -199,6 +199,14 @@ OBX_OP_REF(obxCornerFast10InMaskScoreu8, obxCornerFast10InMaskScoreu8C)
 OBX_KERNEL(fast9_corner_score, fast9_corner_scoreC, fast9_corner_scoreV)
 OBX_KERNEL(fast10_corner_score, fast10_corner_scoreC, fast10_corner_scoreV)
 
+/* Features: 16x16 sum of absolute differences */
+OBX_OP(obxSumOfAbsoluteDiff16x16u8, obxSumOfAbsoluteDiff16x16u8C, obxSumOfAbsoluteDiff16x16u8V)
+
+/* Motion: block-matching optical flow */
+OBX_OP_REF(obxTrackBMOpticalFlow16x16u8, obxTrackBMOpticalFlow16x16u8C)
+OBX_KERNEL(calculateBlockSum16x16, calculateBlockSum16x16C, calculateBlockSum16x16V)
+OBX_KERNEL(calculateBlockSAD_ZeroMean16x16, calculateBlockSAD_ZeroMean16x16C, calculateBlockSAD_ZeroMean16x16V)
+
 #undef OBX_OP
 #undef OBX_OP_REF
 #undef OBX_OP_STATIC
