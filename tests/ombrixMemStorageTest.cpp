@@ -1,6 +1,6 @@
 // Memory storage and sequences: block chaining, the deliberate quirks of the
 // public allocation and element addressing, and sequences that span blocks.
-#include "ombrixMemStorage.h"
+#include "ombrix.h"
 #include "ombrixTestSupport.h"
 
 namespace {

@@ -569,6 +569,39 @@ Workload<obxCornerFastInMasku8_fn> workload(const std::string&, const Scene& s, 
             }};
 }
 
+// The 16x16 block pair kernels (SAD, zero-mean SAD) over every 16x16 block of
+// the gray scene against the block one pixel right and down, per block pair.
+Workload<obxSumOfAbsoluteDiff16x16u8_fn> workload(const std::string&, const Scene& s,
+                                                  obxSumOfAbsoluteDiff16x16u8_fn*) {
+    const uint32_t cols = (s.w - 1) / 16, rows = (s.h - 1) / 16, n = cols * rows;
+    Workload<obxSumOfAbsoluteDiff16x16u8_fn> work{
+        double(n), 4 * size_t{n}, {4 * size_t{n}},
+        [&s, cols, rows](obxSumOfAbsoluteDiff16x16u8_fn* f, const std::vector<Bytes>& out) {
+            uint32_t* sums = out[0].as<uint32_t>();
+            for (uint32_t by = 0; by < rows; ++by)
+                for (uint32_t bx = 0; bx < cols; ++bx) {
+                    const uint8_t* a = s.gray.data() + size_t{by} * 16 * s.w + bx * 16;
+                    *sums++ = f(a, s.w, a + s.w + 1, s.w);
+                }
+        }};
+    work.unit = "pair";
+    return work;
+}
+
+// The 16x16 block sum over every 16x16 block of the gray scene, per call.
+Workload<calculateBlockSum16x16_fn> workload(const std::string&, const Scene& s, calculateBlockSum16x16_fn*) {
+    const uint32_t cols = s.w / 16, rows = s.h / 16, n = cols * rows;
+    Workload<calculateBlockSum16x16_fn> work{
+        double(n), 4 * size_t{n}, {4 * size_t{n}},
+        [&s, cols, rows](calculateBlockSum16x16_fn* f, const std::vector<Bytes>& out) {
+            uint32_t* sums = out[0].as<uint32_t>();
+            for (uint32_t by = 0; by < rows; ++by)
+                for (uint32_t bx = 0; bx < cols; ++bx) *sums++ = f(s.gray.data() + size_t{by} * 16 * s.w + bx * 16, s.w);
+        }};
+    work.unit = "call";
+    return work;
+}
+
 // The score routines at every FAST9 corner of the scene (found by the
 // reference at barrier 20), per corner.
 Workload<obxFastCornerScore_fn> workload(const std::string&, const Scene& s, obxFastCornerScore_fn*) {

@@ -4,7 +4,7 @@
 #include <string.h>
 
 #include "ombrixAssert.h"
-#include "ombrixMemStorage.h"
+#include "ombrix.h"
 #include "ombrixPlatform.h"
 
 namespace {

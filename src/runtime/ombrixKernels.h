@@ -46,6 +46,14 @@ typedef uint32_t obxFastCornerScore_fn(const uint8_t* p, const int32_t* pixel, i
 typedef obxFastCornerScore_fn fast9_corner_score_fn;
 typedef obxFastCornerScore_fn fast10_corner_score_fn;
 
+/* Sum of the 256 pixels of a 16x16 block. */
+typedef uint32_t calculateBlockSum16x16_fn(const uint8_t* block, uint32_t stride);
+/* Sum of |(b - a) - m| over two 16x16 blocks, where m = (sum(b) >> 8) -
+ * (sum(a) >> 8): the SAD once the difference of the truncated means is
+ * removed. */
+typedef uint32_t calculateBlockSAD_ZeroMean16x16_fn(const uint8_t* a, uint32_t aStride, const uint8_t* b,
+                                                    uint32_t bStride);
+
 #define OBX_OP(name, reference, vector) name##_fn vector;
 #define OBX_KERNEL(name, reference, vector) \
     OBX_API extern name##_fn* name##_;      \

@@ -204,6 +204,14 @@ OBX_OP(obxSVDf32, obxSVDf32C, obxSVDf32V)
 OBX_OP_REF(obxSolvef32, obxSolvef32C)
 OBX_OP(obxSolveCholeskyf32, obxSolveCholeskyf32C, obxSolveCholeskyf32V)
 
+/* Features: 16x16 sum of absolute differences */
+OBX_OP(obxSumOfAbsoluteDiff16x16u8, obxSumOfAbsoluteDiff16x16u8C, obxSumOfAbsoluteDiff16x16u8V)
+
+/* Motion: block-matching optical flow */
+OBX_OP_REF(obxTrackBMOpticalFlow16x16u8, obxTrackBMOpticalFlow16x16u8C)
+OBX_KERNEL(calculateBlockSum16x16, calculateBlockSum16x16C, calculateBlockSum16x16V)
+OBX_KERNEL(calculateBlockSAD_ZeroMean16x16, calculateBlockSAD_ZeroMean16x16C, calculateBlockSAD_ZeroMean16x16V)
+
 #undef OBX_OP
 #undef OBX_OP_REF
 #undef OBX_OP_STATIC

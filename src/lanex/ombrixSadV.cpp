@@ -1,0 +1,14 @@
+// 16x16 sum of absolute differences, vector variant: one row of sixteen
+// absolute differences per step, accumulated pairwise into eight u16 lanes
+// (at most 16 * 2 * 255 each), then summed across.
+#include "ombrix.h"
+#include "ombrixKernels.h"
+#include "ombrixNeon.h"
+
+uint32_t obxSumOfAbsoluteDiff16x16u8V(const uint8_t* a, uint32_t aStride, const uint8_t* b, uint32_t bStride) {
+    uint16x8_t sums = vdupq_n_u16(0);
+    for (uint32_t y = 0; y < 16; ++y, a += aStride, b += bStride)
+        sums = vpadalq_u8(sums, vabdq_u8(vld1q_u8(a), vld1q_u8(b)));
+    const uint64x2_t total = vpaddlq_u32(vpaddlq_u16(sums));
+    return static_cast<uint32_t>(vgetq_lane_u64(total, 0) + vgetq_lane_u64(total, 1));
+}
