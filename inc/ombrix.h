@@ -1052,6 +1052,31 @@ OBX_API void obxStartReadSeq(obxSeq* seq, obxSeqReader* reader);
  * end of the last block the reader stays where it was. */
 OBX_API void obxNextSeqElem(obxSeqReader* reader, int32_t step);
 
+/* ---- Mean shift ------------------------------------------------------------- */
+
+/* Moves window = {x, y, width, height} over a weight image towards the centre
+ * of mass of the weights under it: each pass clamps the window into the image
+ * (a width or height that comes out 0 or below becomes 1), takes the float32
+ * moments m00, m10, m01 relative to its corner, and moves it by the rounded
+ * offset of the centroid from the window's centre (the quotient m10/m00 in
+ * float32, the offset in double, halves away from zero). Stops when the
+ * weights vanish, when the squared step is below round(eps^2), or after
+ * maxIterations passes. Writes the window back (with the clamped size of the
+ * last pass) and returns the index of the stopping pass, or maxIterations.
+ * The stride is in bytes for every element type. */
+typedef int32_t obxMeanShiftu8_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                  int32_t* window, uint32_t maxIterations, float eps);
+typedef int32_t obxMeanShifts32_fn(const int32_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                   int32_t* window, uint32_t maxIterations, float eps);
+typedef int32_t obxMeanShiftf32_fn(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                   int32_t* window, uint32_t maxIterations, float eps);
+OBX_DECLARE_OPERATION(obxMeanShiftu8)
+OBX_DECLARE_OPERATION(obxMeanShifts32)
+OBX_DECLARE_OPERATION(obxMeanShiftf32)
+OBX_API obxMeanShiftu8_fn obxMeanShiftu8C;
+OBX_API obxMeanShifts32_fn obxMeanShifts32C;
+OBX_API obxMeanShiftf32_fn obxMeanShiftf32C;
+
 #ifdef __cplusplus
 }
 #endif

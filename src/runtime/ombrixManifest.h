@@ -212,6 +212,11 @@ OBX_OP_REF(obxTrackBMOpticalFlow16x16u8, obxTrackBMOpticalFlow16x16u8C)
 OBX_KERNEL(calculateBlockSum16x16, calculateBlockSum16x16C, calculateBlockSum16x16V)
 OBX_KERNEL(calculateBlockSAD_ZeroMean16x16, calculateBlockSAD_ZeroMean16x16C, calculateBlockSAD_ZeroMean16x16V)
 
+/* Motion: mean shift */
+OBX_OP_REF(obxMeanShiftu8, obxMeanShiftu8C)
+OBX_OP_REF(obxMeanShifts32, obxMeanShifts32C)
+OBX_OP_REF(obxMeanShiftf32, obxMeanShiftf32C)
+
 #undef OBX_OP
 #undef OBX_OP_REF
 #undef OBX_OP_STATIC
