@@ -3,60 +3,11 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "ombrixAssert.h"
-#include "ombrix.h"
-#include "ombrixPlatform.h"
+#include "ombrixMemBlocks.h"
+
+using namespace ombrix_mem;
 
 namespace {
-
-// Each block starts with its previous and next block pointers.
-struct BlockHeader {
-    uint8_t* previous;
-    uint8_t* next;
-};
-constexpr uint32_t kBlockHeader = sizeof(BlockHeader);
-
-BlockHeader* header(uint8_t* block) { return reinterpret_cast<BlockHeader*>(block); }
-
-void logText(const char* text) { obxPlatformLog(OBX_LOG_ERROR, "", "%s", text); }
-
-uint32_t roundDown4(uint32_t value) { return value & ~3u; }
-
-// Allocates a block and links it behind top; null when the heap is exhausted.
-uint8_t* linkNewBlock(obxMemStorage* st) {
-    uint8_t* block = static_cast<uint8_t*>(malloc(st->block_size));
-    if (!block) {
-        logText("NULL storage pointer\n");
-        return nullptr;
-    }
-    obxHeapStatsMalloc(block, st->block_size);
-    header(block)->previous = st->top;
-    header(block)->next = nullptr;
-    if (st->top) header(st->top)->next = block;
-    if (!st->bottom) st->bottom = block;
-    st->top = block;
-    return block;
-}
-
-// Starts a block holding `size` bytes of data, after the size check; null when
-// the storage is missing, still has room, or the heap is exhausted.
-uint8_t* startBlock(obxMemStorage* st, int32_t size) {
-    if (!st) {
-        logText("NULL storage pointer\n");
-        return nullptr;
-    }
-    if (size < 0 || static_cast<uint32_t>(size) > roundDown4(st->block_size - kBlockHeader))
-        logText("Too large memory block is requested\n");
-    if (static_cast<int64_t>(st->free_space) >= size) return nullptr;
-    uint8_t* block = linkNewBlock(st);
-    if (!block) return nullptr;
-    st->free_space = st->block_size - kBlockHeader;
-    OMBRIX_ASSERT(st->free_space % ((int32_t)sizeof(float32_t)) == 0);
-    const uintptr_t ptr = reinterpret_cast<uintptr_t>(block) + kBlockHeader;
-    OMBRIX_ASSERT((uint32_t)ptr % ((int32_t)sizeof(float32_t)) == 0);
-    st->free_space = roundDown4(st->block_size - kBlockHeader - static_cast<uint32_t>(size));
-    return block + kBlockHeader;
-}
 
 void freeBlocks(obxMemStorage* st) {
     uint8_t* block = st->bottom;
@@ -74,7 +25,7 @@ void freeBlocks(obxMemStorage* st) {
 // Gives a full (or fresh) sequence a new element area.
 void nextSeqBlock(obxSeq* seq) {
     const int32_t need = static_cast<int32_t>(seq->elem_size * seq->elemsPerBlock);
-    uint8_t* data = startBlock(seq->storage, need);
+    uint8_t* data = static_cast<uint8_t*>(obxAllocateMemBlock(seq->storage, need));
     if (!data) {
         logText("cannot allocate new block\n");
         return;
@@ -105,8 +56,6 @@ int32_t obxDeInitMemStorage(obxMemStorage* storage) {
     freeBlocks(storage);
     return 0;
 }
-
-void* obxAllocateMemBlock(obxMemStorage* storage, int32_t size) { return startBlock(storage, size); }
 
 uint32_t obxInitSeq(obxSeq* seq, uint32_t elem_size, obxMemStorage* storage) {
     seq->elem_size = elem_size;
