@@ -57,4 +57,11 @@ static inline uint32x4_t mlaConst(uint32x4_t acc, uint32x4_t a, uint32_t k) { re
 #endif
 static inline int32x4_t mlaConst(int32x4_t acc, int32x4_t a, int32_t k) { return vmlaq_s32(acc, a, vdupq_n_s32(k)); }
 
+// Sum of all lanes; the caller knows the total fits in 32 bits.
+static inline uint32_t sumAcrossU32(uint32x4_t v) {
+    const uint32x2_t pairs = vadd_u32(vget_low_u32(v), vget_high_u32(v));
+    return vget_lane_u32(vpadd_u32(pairs, pairs), 0);
+}
+static inline uint32_t sumAcrossU16(uint16x8_t v) { return sumAcrossU32(vpaddlq_u16(v)); }
+
 #endif  // OMBRIX_NEON_H

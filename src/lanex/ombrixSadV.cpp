@@ -9,6 +9,5 @@ uint32_t obxSumOfAbsoluteDiff16x16u8V(const uint8_t* a, uint32_t aStride, const 
     uint16x8_t sums = vdupq_n_u16(0);
     for (uint32_t y = 0; y < 16; ++y, a += aStride, b += bStride)
         sums = vpadalq_u8(sums, vabdq_u8(vld1q_u8(a), vld1q_u8(b)));
-    const uint64x2_t total = vpaddlq_u32(vpaddlq_u16(sums));
-    return static_cast<uint32_t>(vgetq_lane_u64(total, 0) + vgetq_lane_u64(total, 1));
+    return sumAcrossU16(sums);
 }

@@ -7,15 +7,10 @@
 
 namespace {
 
-OMBRIX_ALWAYS_INLINE uint32_t acrossU16(uint16x8_t v) {
-    const uint64x2_t total = vpaddlq_u32(vpaddlq_u16(v));
-    return static_cast<uint32_t>(vgetq_lane_u64(total, 0) + vgetq_lane_u64(total, 1));
-}
-
 OMBRIX_ALWAYS_INLINE uint32_t blockSum(const uint8_t* block, uint32_t stride) {
     uint16x8_t sums = vdupq_n_u16(0);
     for (uint32_t y = 0; y < 16; ++y, block += stride) sums = vpadalq_u8(sums, vld1q_u8(block));
-    return acrossU16(sums);
+    return sumAcrossU16(sums);
 }
 
 }  // namespace
@@ -33,6 +28,5 @@ uint32_t calculateBlockSAD_ZeroMean16x16V(const uint8_t* a, uint32_t aStride, co
         sums = vpadalq_u16(sums, vreinterpretq_u16_s16(vabsq_s16(low)));
         sums = vpadalq_u16(sums, vreinterpretq_u16_s16(vabsq_s16(high)));
     }
-    const uint64x2_t total = vpaddlq_u32(sums);
-    return static_cast<uint32_t>(vgetq_lane_u64(total, 0) + vgetq_lane_u64(total, 1));
+    return sumAcrossU32(sums);
 }
