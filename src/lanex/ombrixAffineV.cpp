@@ -1,0 +1,59 @@
+// Affine fit and inlier test, vector variants. The fit keeps the sums of
+// ombrixGeomScalar.h in lanes, one pair at a time in the pairs' order, and
+// solves with the reference Cholesky solver as the reference does; the test
+// takes four pairs per step, one per lane.
+#include "ombrixAssert.h"
+#include "ombrixGeomLanes.h"
+#include "ombrixKernels.h"
+
+using namespace ombrix_geom;
+
+void obxGeomAffineFitf32V(const obxCorrespondences* corrs, float* affine) {
+    OMBRIX_ASSERT(corrs && affine);
+    for (int i = 0; i < 9; ++i) affine[i] = 0.0f;
+    const uint32_t n = corrs->numIndices;
+    if (n < 3) return;
+
+    float32x4_t b = vdupq_n_f32(0.0f), xb = b, yb = b;
+    for (uint32_t i = 0; i < n; ++i) {
+        const uint16_t k = corrs->indices[i];
+        const float32x2_t xy = vld1_f32(fromPoint(corrs, k));
+        const float32x4_t B = vcombine_f32(xy, vld1_f32(toPoint(corrs, k)));
+        b = vaddq_f32(b, B);
+        xb = vaddq_f32(xb, vmulq_lane_f32(B, xy, 0));
+        yb = vaddq_f32(yb, vmulq_lane_f32(B, xy, 1));
+    }
+    AffineSums sums;
+    vst1q_f32(sums.b, b);
+    vst1q_f32(sums.xb, xb);
+    vst1q_f32(sums.yb, yb);
+    float M[36], r[6], diag[6], x[6] = {0, 0, 0, 0, 0, 0};
+    assembleAffine(sums, n, M, r);
+    obxSolveCholeskyf32C(M, r, diag, 6, x);
+    for (int t = 0; t < 6; ++t) affine[t] = x[t];
+    affine[8] = 1.0f;
+}
+
+int32_t obxGeomAffineEvaluatef32V(const obxCorrespondences* corrs, const float* affine, float maxsqerr,
+                                  uint16_t* inliers, uint32_t* numinliers) {
+    OMBRIX_ASSERT(corrs && affine && inliers && numinliers);
+    *numinliers = 0;
+    const uint32_t n = corrs->numIndices;
+    if (n == 0) return 0;
+    const float* a = affine;
+    const float32x4_t a0 = vdupq_n_f32(a[0]), a1 = vdupq_n_f32(a[1]), a2 = vdupq_n_f32(a[2]);
+    const float32x4_t a3 = vdupq_n_f32(a[3]), a4 = vdupq_n_f32(a[4]), a5 = vdupq_n_f32(a[5]);
+    const float32x4_t limit = vdupq_n_f32(maxsqerr);
+    bool all = true;
+    uint32_t count = 0, i = 0;
+    for (; i + 4 <= n; i += 4) {
+        const uint16_t* idx = corrs->indices + i;
+        const FourPairs p = loadFourPairs(corrs, idx);
+        const float32x4_t ex = vsubq_f32(vaddq_f32(a2, vaddq_f32(vmulq_f32(a0, p.x), vmulq_f32(a1, p.y))), p.u);
+        const float32x4_t ey = vsubq_f32(vaddq_f32(a5, vaddq_f32(vmulq_f32(a3, p.x), vmulq_f32(a4, p.y))), p.v);
+        const uint32x4_t in = vcltq_f32(vaddq_f32(vmulq_f32(ex, ex), vmulq_f32(ey, ey)), limit);
+        if (!appendFour(in, idx, inliers, &count, numinliers)) all = false;
+    }
+    if (!evaluatePairs<affineInlier>(corrs, a, maxsqerr, i, inliers, numinliers)) all = false;
+    return all ? 0 : -1;
+}

@@ -1,0 +1,71 @@
+// Lane helpers of the geometry vector variants: correctly rounded lane-wise
+// division (ARMv7 NEON has none, so its lanes go through the scalar divider
+// and give the reference's quotients), the gather of four correspondences by
+// index, and the append of the inliers among them.
+#ifndef OMBRIX_GEOM_LANES_H
+#define OMBRIX_GEOM_LANES_H
+
+#include "ombrixGeomScalar.h"
+#include "ombrixNeon.h"
+
+namespace ombrix_geom {
+namespace {
+
+#if defined(__aarch64__)
+OMBRIX_ALWAYS_INLINE float32x4_t divideLanes(float32x4_t a, float32x4_t b) { return vdivq_f32(a, b); }
+OMBRIX_ALWAYS_INLINE float32x2_t divideLanes(float32x2_t a, float32x2_t b) { return vdiv_f32(a, b); }
+#else
+// Through memory: ARMv7 divides each lane in its scalar unit, and hosts turn
+// the loop back into one vector division.
+OMBRIX_ALWAYS_INLINE float32x4_t divideLanes(float32x4_t a, float32x4_t b) {
+    float n[4], d[4];
+    vst1q_f32(n, a);
+    vst1q_f32(d, b);
+    for (int j = 0; j < 4; ++j) n[j] /= d[j];
+    return vld1q_f32(n);
+}
+OMBRIX_ALWAYS_INLINE float32x2_t divideLanes(float32x2_t a, float32x2_t b) {
+    float n[2], d[2];
+    vst1_f32(n, a);
+    vst1_f32(d, b);
+    for (int j = 0; j < 2; ++j) n[j] /= d[j];
+    return vld1_f32(n);
+}
+#endif
+
+// x, y, u, v of the four pairs named by idx[0..3], one pair per lane.
+struct FourPairs {
+    float32x4_t x, y, u, v;
+};
+OMBRIX_ALWAYS_INLINE FourPairs loadFourPairs(const obxCorrespondences* c, const uint16_t* idx) {
+    const uint16_t k0 = idx[0], k1 = idx[1], k2 = idx[2], k3 = idx[3];
+    const float32x4x2_t xy = vuzpq_f32(vcombine_f32(vld1_f32(fromPoint(c, k0)), vld1_f32(fromPoint(c, k1))),
+                                       vcombine_f32(vld1_f32(fromPoint(c, k2)), vld1_f32(fromPoint(c, k3))));
+    const float32x4x2_t uv = vuzpq_f32(vcombine_f32(vld1_f32(toPoint(c, k0)), vld1_f32(toPoint(c, k1))),
+                                       vcombine_f32(vld1_f32(toPoint(c, k2)), vld1_f32(toPoint(c, k3))));
+    return {xy.val[0], xy.val[1], uv.val[0], uv.val[1]};
+}
+
+// Appends the pairs of idx[0..3] whose lane of `inlier` is set, in lane
+// order, keeping *numinliers current. Returns whether all four were set.
+OMBRIX_ALWAYS_INLINE bool appendFour(uint32x4_t inlier, const uint16_t* idx, uint16_t* inliers, uint32_t* count,
+                                     uint32_t* numinliers) {
+    static const uint32_t kBits[4] = {1, 2, 4, 8};
+    const uint32x4_t bits = vandq_u32(inlier, vld1q_u32(kBits));
+    const uint32x2_t pairs = vadd_u32(vget_low_u32(bits), vget_high_u32(bits));
+    const uint32_t mask = vget_lane_u32(vpadd_u32(pairs, pairs), 0);
+    if (mask == 0) return false;
+    uint32_t n = *count;
+    for (int j = 0; j < 4; ++j)
+        if (mask & (1u << j)) {
+            inliers[n++] = idx[j];
+            *numinliers = n;
+        }
+    *count = n;
+    return mask == 15;
+}
+
+}  // namespace
+}  // namespace ombrix_geom
+
+#endif  // OMBRIX_GEOM_LANES_H
