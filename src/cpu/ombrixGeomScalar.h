@@ -25,36 +25,39 @@ inline const float* toPoint(const obxCorrespondences* c, uint32_t k) { return c-
 //
 // Each pair adds the rows a1 = [x, y, 1, 0, 0, 0, -ux, -uy] (right-hand side
 // u) and a2 = [0, 0, 0, x, y, 1, -vx, -vy] (right-hand side v) to M = sum
-// a^T a and r = sum a * rhs. M and r have 30 distinct entries; each sum is
-// kept once, grouped as the vector variant holds them, with
-//   B = [x, y, u, v] and q = [-(u*x), -(u*y), -(v*x), -(v*y)]:
-//   b  += B          sum x, y (M02, M12) and u, v (r2, r5)
-//   xb += x*B        sum xx, xy (M00, M01) and xu, xv (r0, r3)
-//   yb += y*B        sum yy (M11) and yu, yv (r1, r4)
-//   q  += q          M26, M27, M56, M57
-//   xq += x*q        M06, M07, M36, M37
-//   yq += y*q        M16, M17, M46, M47
-//   e  += [q0*q0 + q2*q2, q1*q1 + q3*q3, q0*q1 + q2*q3]    M66, M77, M67
-//   rq += [q0*u + q2*v, q1*u + q3*v]                       r6, r7
+// a^T a and r = sum a * rhs. The sums are kept in groups of four, as the
+// vector variant holds them, with B = [x, y, u, v] and
+// q = [(-u)*x, (-u)*y, (-v)*x, (-v)*y] (the same bits as -(u*x) and so on):
+//   b  += B               sum x, y (M02, M12) and u, v (r2, r5)
+//   xb += x*B             sum xx, xy (M00, M01) and xu, xv (r0, r3)
+//   yb += y*B             sum yy (M11) and yu, yv (r1, r4)
+//   q  += q               M26, M27, M56, M57
+//   xq += x*q             M06, M07, M36, M37
+//   yq += y*q             M16, M17, M46, M47
+//   qq += q*q             M66 = qq0 + qq2, M77 = qq1 + qq3
+//   qr += q*[q1, q0, q3, q2]   M67 = qr0 + qr2
+//   qu += q*[u, u, v, v]  r6 = qu0 + qu2, r7 = qu1 + qu3
 // M22 = M55 is the number of pairs, and the two 3x3 blocks of M over
 // (x, y, 1) are the same sums. Every product of two coordinates is formed in
-// float32; T is the type the sums are kept in. The order of the sums is the
+// float32; T is the type the sums are kept in, and they are added in the
 // order of the pairs.
 template <typename T>
 struct HomographySums {
-    T b[4], xb[4], yb[4], q[4], xq[4], yq[4], e[3], rq[2];
+    T b[4], xb[4], yb[4], q[4], xq[4], yq[4], qq[4], qr[4], qu[4];
 };
 
 template <typename T>
 inline void clearSums(HomographySums<T>* s) {
-    for (int t = 0; t < 4; ++t) s->b[t] = s->xb[t] = s->yb[t] = s->q[t] = s->xq[t] = s->yq[t] = T(0);
-    s->e[0] = s->e[1] = s->e[2] = s->rq[0] = s->rq[1] = T(0);
+    for (int t = 0; t < 4; ++t)
+        s->b[t] = s->xb[t] = s->yb[t] = s->q[t] = s->xq[t] = s->yq[t] = s->qq[t] = s->qr[t] = s->qu[t] = T(0);
 }
 
 template <typename T>
 inline void addHomographyPair(HomographySums<T>* s, float x, float y, float u, float v) {
     const float B[4] = {x, y, u, v};
-    const float q[4] = {-(u * x), -(u * y), -(v * x), -(v * y)};
+    const float q[4] = {(-u) * x, (-u) * y, (-v) * x, (-v) * y};
+    const float partner[4] = {q[1], q[0], q[3], q[2]};
+    const float rhs[4] = {u, u, v, v};
     for (int t = 0; t < 4; ++t) {
         s->b[t] += T(B[t]);
         s->xb[t] += T(x * B[t]);
@@ -62,12 +65,10 @@ inline void addHomographyPair(HomographySums<T>* s, float x, float y, float u, f
         s->q[t] += T(q[t]);
         s->xq[t] += T(x * q[t]);
         s->yq[t] += T(y * q[t]);
+        s->qq[t] += T(q[t] * q[t]);
+        s->qr[t] += T(q[t] * partner[t]);
+        s->qu[t] += T(q[t] * rhs[t]);
     }
-    s->e[0] += T(q[0] * q[0]) + T(q[2] * q[2]);
-    s->e[1] += T(q[1] * q[1]) + T(q[3] * q[3]);
-    s->e[2] += T(q[0] * q[1]) + T(q[2] * q[3]);
-    s->rq[0] += T(q[0] * u) + T(q[2] * v);
-    s->rq[1] += T(q[1] * u) + T(q[3] * v);
 }
 
 // The full symmetric 8x8 M (row-major) and r from the sums over n pairs.
@@ -85,12 +86,12 @@ inline void assembleHomography(const HomographySums<T>& s, uint32_t n, T* M, T* 
             M[(o + i) * 8 + 7] = M[7 * 8 + o + i] = cross[i][2 * half + 1];
         }
     }
-    M[6 * 8 + 6] = s.e[0];
-    M[7 * 8 + 7] = s.e[1];
-    M[6 * 8 + 7] = M[7 * 8 + 6] = s.e[2];
+    M[6 * 8 + 6] = s.qq[0] + s.qq[2];
+    M[7 * 8 + 7] = s.qq[1] + s.qq[3];
+    M[6 * 8 + 7] = M[7 * 8 + 6] = s.qr[0] + s.qr[2];
     r[0] = s.xb[2], r[1] = s.yb[2], r[2] = s.b[2];
     r[3] = s.xb[3], r[4] = s.yb[3], r[5] = s.b[3];
-    r[6] = s.rq[0], r[7] = s.rq[1];
+    r[6] = s.qu[0] + s.qu[2], r[7] = s.qu[1] + s.qu[3];
 }
 
 // ---- Affine normal equations ---------------------------------------------------

@@ -41,16 +41,19 @@ int32_t obxGeomAffineEvaluatef32V(const obxCorrespondences* corrs, const float* 
     const uint32_t n = corrs->numIndices;
     if (n == 0) return 0;
     const float* a = affine;
-    const float32x4_t a0 = vdupq_n_f32(a[0]), a1 = vdupq_n_f32(a[1]), a2 = vdupq_n_f32(a[2]);
-    const float32x4_t a3 = vdupq_n_f32(a[3]), a4 = vdupq_n_f32(a[4]), a5 = vdupq_n_f32(a[5]);
-    const float32x4_t limit = vdupq_n_f32(maxsqerr);
+    // a0..a3 and a4 as lane operands; the added constants broadcast.
+    const float32x4_t aA = vld1q_f32(a);
+    const float32x2_t a01 = vget_low_f32(aA), a23 = vget_high_f32(aA), a45 = vld1_f32(a + 4);
+    const float32x4_t a2 = vdupq_n_f32(a[2]), a5 = vdupq_n_f32(a[5]), limit = vdupq_n_f32(maxsqerr);
     bool all = true;
     uint32_t count = 0, i = 0;
     for (; i + 4 <= n; i += 4) {
         const uint16_t* idx = corrs->indices + i;
         const FourPairs p = loadFourPairs(corrs, idx);
-        const float32x4_t ex = vsubq_f32(vaddq_f32(a2, vaddq_f32(vmulq_f32(a0, p.x), vmulq_f32(a1, p.y))), p.u);
-        const float32x4_t ey = vsubq_f32(vaddq_f32(a5, vaddq_f32(vmulq_f32(a3, p.x), vmulq_f32(a4, p.y))), p.v);
+        const float32x4_t ex =
+            vsubq_f32(vaddq_f32(a2, vaddq_f32(vmulq_lane_f32(p.x, a01, 0), vmulq_lane_f32(p.y, a01, 1))), p.u);
+        const float32x4_t ey =
+            vsubq_f32(vaddq_f32(a5, vaddq_f32(vmulq_lane_f32(p.x, a23, 1), vmulq_lane_f32(p.y, a45, 0))), p.v);
         const uint32x4_t in = vcltq_f32(vaddq_f32(vmulq_f32(ex, ex), vmulq_f32(ey, ey)), limit);
         if (!appendFour(in, idx, inliers, &count, numinliers)) all = false;
     }

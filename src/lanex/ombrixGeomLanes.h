@@ -56,6 +56,11 @@ OMBRIX_ALWAYS_INLINE bool appendFour(uint32x4_t inlier, const uint16_t* idx, uin
     const uint32_t mask = vget_lane_u32(vpadd_u32(pairs, pairs), 0);
     if (mask == 0) return false;
     uint32_t n = *count;
+    if (mask == 15) {
+        inliers[n] = idx[0], inliers[n + 1] = idx[1], inliers[n + 2] = idx[2], inliers[n + 3] = idx[3];
+        *numinliers = *count = n + 4;
+        return true;
+    }
     for (int j = 0; j < 4; ++j)
         if (mask & (1u << j)) {
             inliers[n++] = idx[j];
