@@ -54,7 +54,8 @@ int32_t obxGeomAffineEvaluatef32V(const obxCorrespondences* corrs, const float* 
             vsubq_f32(vaddq_f32(a2, vaddq_f32(vmulq_lane_f32(p.x, a01, 0), vmulq_lane_f32(p.y, a01, 1))), p.u);
         const float32x4_t ey =
             vsubq_f32(vaddq_f32(a5, vaddq_f32(vmulq_lane_f32(p.x, a23, 1), vmulq_lane_f32(p.y, a45, 0))), p.v);
-        const uint32x4_t in = vcltq_f32(vaddq_f32(vmulq_f32(ex, ex), vmulq_f32(ey, ey)), limit);
+        // A sum of squares is +0, positive or NaN.
+        const uint32x4_t in = belowLimit(vaddq_f32(vmulq_f32(ex, ex), vmulq_f32(ey, ey)), limit);
         if (!appendFour(in, idx, inliers, &count, numinliers)) all = false;
     }
     if (!evaluatePairs<affineInlier>(corrs, a, maxsqerr, i, inliers, numinliers)) all = false;

@@ -208,14 +208,20 @@ uint32_t obxGeomProjectPoint3xNf32V(const float* pose, const float* cameraCalibr
         float32x4_t u, v;
         distort4(c, xc, yc, &u, &v);
 
-        const uint32x4_t ahead = vandq_u32(vcgtq_f32(z, zero), vdupq_n_u32(1));
+        // z > 0 and z == 0 on the bit patterns (the compiler leaves float
+        // comparisons to the scalar unit): z > 0 exactly when the pattern
+        // minus 1 lies below that of +infinity, and z is +-0 when the
+        // pattern without its sign bit is 0.
+        const uint32x4_t zBits = vreinterpretq_u32_f32(z);
+        const uint32x4_t ahead =
+            vandq_u32(vcltq_u32(vsubq_u32(zBits, vdupq_n_u32(1)), vdupq_n_u32(0x7F800000u)), vdupq_n_u32(1));
         const uint8x8_t flags = vmovn_u16(vcombine_u16(vmovn_u32(ahead), vdup_n_u16(0)));
         const uint32_t flagWord = vget_lane_u32(vreinterpret_u32_u8(flags), 0);
         std::memcpy(inFront + i, &flagWord, 4);
         const uint32x2_t aheadPairs = vadd_u32(vget_low_u32(ahead), vget_high_u32(ahead));
         front += vget_lane_u32(vpadd_u32(aheadPairs, aheadPairs), 0);
 
-        const uint32x4_t atZero = vceqq_f32(z, zero);
+        const uint32x4_t atZero = vceqq_u32(vshlq_n_u32(zBits, 1), vdupq_n_u32(0));
         const uint32x2_t zeroPairs = vorr_u32(vget_low_u32(atZero), vget_high_u32(atZero));
         if (vget_lane_u32(vpmax_u32(zeroPairs, zeroPairs), 0) == 0) {
             storePoints(pointAt(xyCamera, dstStride, i), dstStride, xc, yc);

@@ -33,6 +33,16 @@ OMBRIX_ALWAYS_INLINE float32x2_t divideLanes(float32x2_t a, float32x2_t b) {
 }
 #endif
 
+// Lane-wise err < limit for err that is +0, positive or NaN, as the scalar
+// comparison decides it (false when either side is NaN). Such values order
+// like their bit patterns read as unsigned integers, and every limit above
+// the pattern of +infinity is a NaN or negative, so the test stays in the
+// integer unit: the compiler leaves float comparisons to the scalar unit.
+OMBRIX_ALWAYS_INLINE uint32x4_t belowLimit(float32x4_t err, float32x4_t limit) {
+    const uint32x4_t e = vreinterpretq_u32_f32(err), l = vreinterpretq_u32_f32(limit);
+    return vandq_u32(vcltq_u32(e, l), vcleq_u32(l, vdupq_n_u32(0x7F800000u)));
+}
+
 // x, y, u, v of the four pairs named by idx[0..3], one pair per lane.
 struct FourPairs {
     float32x4_t x, y, u, v;

@@ -19,7 +19,9 @@ void obxGeomHomographyFitf32V(const obxCorrespondences* corrs, float* homography
     for (uint32_t i = 0; i < n; ++i) {
         const uint16_t k = corrs->indices[i];
         const float32x2_t xy = vld1_f32(fromPoint(corrs, k)), uv = vld1_f32(toPoint(corrs, k));
-        const float32x2_t negUV = vneg_f32(uv);
+        // Multiplying by -1 negates exactly (the compiler would take the
+        // negation itself out of the vector unit).
+        const float32x2_t negUV = vmul_n_f32(uv, -1.0f);
         // [(-u)*x, (-u)*y] and [(-v)*x, (-v)*y]
         const float32x2_t qU = vmul_lane_f32(xy, negUV, 0), qV = vmul_lane_f32(xy, negUV, 1);
         const float32x4_t B = vcombine_f32(xy, uv), Q = vcombine_f32(qU, qV);
@@ -78,7 +80,8 @@ int32_t obxGeomHomographyEvaluatef32V(const obxCorrespondences* corrs, const flo
             vsubq_f32(vaddq_f32(h5, vaddq_f32(vmulq_lane_f32(p.x, h23, 1), vmulq_lane_f32(p.y, h45, 0))),
                       vmulq_f32(w, p.v));
         const float32x4_t err = vaddq_f32(vmulq_f32(ex, ex), vmulq_f32(ey, ey));
-        const uint32x4_t in = vcltq_f32(err, vmulq_f32(w, vmulq_n_f32(w, maxsqerr)));
+        // err and w * (w * maxsqerr) are +0, positive or NaN.
+        const uint32x4_t in = belowLimit(err, vmulq_f32(w, vmulq_n_f32(w, maxsqerr)));
         if (!appendFour(in, idx, inliers, &count, numinliers)) all = false;
     }
     if (!evaluatePairs<homographyInlier>(corrs, h, maxsqerr, i, inliers, numinliers)) all = false;
