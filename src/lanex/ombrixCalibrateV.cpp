@@ -87,37 +87,48 @@ OMBRIX_ALWAYS_INLINE PairTerms pairTerms(float32x2_t xy) {
     const float32x2_t twice = vadd_f32(xy, xy);
     return {r2, vadd_f32(vmul_f32(twice, xy), r2), vmul_f32(twice, vrev64_f32(xy))};
 }
-OMBRIX_ALWAYS_INLINE float32x2_t radialFactor2(const float* c, float32x2_t r2) {
-    return vadd_f32(vadd_f32(vmul_n_f32(r2, c[4]), vdup_n_f32(1.0f)), vmul_n_f32(vmul_f32(r2, r2), c[5]));
-}
-// p1 * [cross, square_y] + p2 * [square_x, cross]: the tangential terms of
-// x and y in the reference's order.
-OMBRIX_ALWAYS_INLINE float32x2_t tangential2(const float* c, const PairTerms& t) {
-    const float32x2_t forP1 = vtrn_f32(t.cross, t.square).val[1];  // [cross, square_y]
-    const float32x2_t forP2 = vtrn_f32(t.square, t.cross).val[0];  // [square_x, cross]
-    return vadd_f32(vmul_n_f32(forP1, c[6]), vmul_n_f32(forP2, c[7]));
+// The calibration as lane operands: [fx, fy], [cx, cy], [k1, k2], [p1, p2].
+struct Calibration2 {
+    float32x2_t f, c, k, p;
+    explicit Calibration2(const float* cal) {
+        const float32x4_t a = vld1q_f32(cal), b = vld1q_f32(cal + 4);
+        f = vget_low_f32(a), c = vget_high_f32(a), k = vget_low_f32(b), p = vget_high_f32(b);
+    }
+};
+// rho = (k1 r2 + 1) + k2 (r2 r2) in both lanes.
+OMBRIX_ALWAYS_INLINE float32x2_t radialFactor2(const Calibration2& c, float32x2_t r2) {
+    return vadd_f32(vadd_f32(vmul_lane_f32(r2, c.k, 0), vdup_n_f32(1.0f)), vmul_lane_f32(vmul_f32(r2, r2), c.k, 1));
 }
 
 }  // namespace
 
 void obxGeomDistortPoint2x1f32V(const float* cameraCalibration, const float* xyCamera, float* xyDevice) {
-    const float* c = cameraCalibration;
+    const Calibration2 c(cameraCalibration);
     const float32x2_t xy = vld1_f32(xyCamera);
     const PairTerms t = pairTerms(xy);
-    const float32x2_t forP1 = vtrn_f32(t.cross, t.square).val[1];
-    const float32x2_t forP2 = vtrn_f32(t.square, t.cross).val[0];
-    const float32x2_t d = vadd_f32(vadd_f32(vmul_f32(xy, radialFactor2(c, t.r2)), vmul_n_f32(forP1, c[6])),
-                                   vmul_n_f32(forP2, c[7]));
-    vst1_f32(xyDevice, vadd_f32(vld1_f32(c + 2), vmul_f32(vld1_f32(c), d)));
+    // (x rho + p1 cross) + p2 square_x and (y rho + p1 square_y) + p2 cross.
+    const float32x2_t forP1 = vtrn_f32(t.cross, t.square).val[1];  // [cross, square_y]
+    const float32x2_t forP2 = vtrn_f32(t.square, t.cross).val[0];  // [square_x, cross]
+    const float32x2_t d = vadd_f32(vadd_f32(vmul_f32(xy, radialFactor2(c, t.r2)), vmul_lane_f32(forP1, c.p, 0)),
+                                   vmul_lane_f32(forP2, c.p, 1));
+    vst1_f32(xyDevice, vadd_f32(c.c, vmul_f32(c.f, d)));
 }
 
 void obxGeomUndistortPoint2x1f32V(const float* cameraCalibration, const float* xyDevice, float* xyCamera) {
-    const float* c = cameraCalibration;
-    const float32x2_t start = vmul_f32(vld1_f32(c), vsub_f32(vld1_f32(xyDevice), vld1_f32(c + 2)));
+    const Calibration2 c(cameraCalibration);
+    const float32x2_t start = vmul_f32(c.f, vsub_f32(vld1_f32(xyDevice), c.c));
+    // p1 [cross, square_y] + p2 [square_x, cross] as [cross, cross] * [p1, p2]
+    // + [square_x, square_y] * [p2, p1] (the two terms of each lane added
+    // in either order give the same sum).
+    const float32x2_t swappedP = vrev64_f32(c.p);
     float32x2_t xy = start;
     for (int step = 0; step < 2; ++step) {
         const PairTerms t = pairTerms(xy);
-        xy = divideLanes(vsub_f32(start, tangential2(c, t)), radialFactor2(c, t.r2));
+        const float32x2_t tangential = vadd_f32(vmul_f32(t.cross, c.p), vmul_f32(t.square, swappedP));
+        // rho is the same in both lanes: one scalar divisor.
+        const float rho = vget_lane_f32(radialFactor2(c, t.r2), 0);
+        const float32x2_t numerator = vsub_f32(start, tangential);
+        xy = vset_lane_f32(vget_lane_f32(numerator, 1) / rho, vdup_n_f32(vget_lane_f32(numerator, 0) / rho), 1);
     }
     vst1_f32(xyCamera, xy);
 }

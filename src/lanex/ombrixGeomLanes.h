@@ -15,8 +15,9 @@ namespace {
 OMBRIX_ALWAYS_INLINE float32x4_t divideLanes(float32x4_t a, float32x4_t b) { return vdivq_f32(a, b); }
 OMBRIX_ALWAYS_INLINE float32x2_t divideLanes(float32x2_t a, float32x2_t b) { return vdiv_f32(a, b); }
 #else
-// Through memory: ARMv7 divides each lane in its scalar unit, and hosts turn
-// the loop back into one vector division.
+// Through memory: ARMv7 divides each lane in its scalar unit (fewer moves
+// than lane by lane in registers), and hosts turn the loop back into one
+// vector division.
 OMBRIX_ALWAYS_INLINE float32x4_t divideLanes(float32x4_t a, float32x4_t b) {
     float n[4], d[4];
     vst1q_f32(n, a);
