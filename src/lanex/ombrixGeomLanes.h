@@ -44,16 +44,30 @@ OMBRIX_ALWAYS_INLINE uint32x4_t belowLimit(float32x4_t err, float32x4_t limit) {
     return vandq_u32(vcltq_u32(e, l), vcleq_u32(l, vdupq_n_u32(0x7F800000u)));
 }
 
+// Where pair k's points are, with the strides known at compile time when
+// both are 2 (packed pairs): an address is then one shifted add.
+template <bool Packed>
+struct PairAddress {
+    const float *from, *to;
+    uint32_t fromStride, toStride;
+    explicit PairAddress(const obxCorrespondences* c)
+        : from(c->from), to(c->to), fromStride(c->fromStride), toStride(c->toStride) {}
+    const float* source(uint32_t k) const { return from + size_t{k} * (Packed ? 2 : fromStride); }
+    const float* destination(uint32_t k) const { return to + size_t{k} * (Packed ? 2 : toStride); }
+};
+inline bool packedPairs(const obxCorrespondences* c) { return c->fromStride == 2 && c->toStride == 2; }
+
 // x, y, u, v of the four pairs named by idx[0..3], one pair per lane.
 struct FourPairs {
     float32x4_t x, y, u, v;
 };
-OMBRIX_ALWAYS_INLINE FourPairs loadFourPairs(const obxCorrespondences* c, const uint16_t* idx) {
+template <bool Packed>
+OMBRIX_ALWAYS_INLINE FourPairs loadFourPairs(const PairAddress<Packed>& a, const uint16_t* idx) {
     const uint16_t k0 = idx[0], k1 = idx[1], k2 = idx[2], k3 = idx[3];
-    const float32x4x2_t xy = vuzpq_f32(vcombine_f32(vld1_f32(fromPoint(c, k0)), vld1_f32(fromPoint(c, k1))),
-                                       vcombine_f32(vld1_f32(fromPoint(c, k2)), vld1_f32(fromPoint(c, k3))));
-    const float32x4x2_t uv = vuzpq_f32(vcombine_f32(vld1_f32(toPoint(c, k0)), vld1_f32(toPoint(c, k1))),
-                                       vcombine_f32(vld1_f32(toPoint(c, k2)), vld1_f32(toPoint(c, k3))));
+    const float32x4x2_t xy = vuzpq_f32(vcombine_f32(vld1_f32(a.source(k0)), vld1_f32(a.source(k1))),
+                                       vcombine_f32(vld1_f32(a.source(k2)), vld1_f32(a.source(k3))));
+    const float32x4x2_t uv = vuzpq_f32(vcombine_f32(vld1_f32(a.destination(k0)), vld1_f32(a.destination(k1))),
+                                       vcombine_f32(vld1_f32(a.destination(k2)), vld1_f32(a.destination(k3))));
     return {xy.val[0], xy.val[1], uv.val[0], uv.val[1]};
 }
 
