@@ -965,6 +965,111 @@ typedef int32_t obxSolveCholeskyf32_fn(float* A, const float* b, float* diag, ui
 OBX_DECLARE_OPERATION(obxSolveCholeskyf32)
 OBX_API obxSolveCholeskyf32_fn obxSolveCholeskyf32C;
 
+/* ---- Geometry: homography and affine fitting ------------------------------- */
+
+/* 2-D point correspondences. Pair k has the source point (from[k * fromStride],
+ * from[k * fromStride + 1]) and the destination point laid out the same way
+ * in `to` with toStride (strides in float32 elements, 2 for packed pairs).
+ * The operations visit only the pairs named by indices[0 .. numIndices - 1],
+ * in that order; numCorrespondences is not read by them. */
+typedef struct obxCorrespondences {
+    const float32_t* from;
+    const float32_t* to;
+    uint32_t fromStride;
+    uint32_t toStride;
+    uint32_t numCorrespondences;
+    const uint16_t* indices;
+    uint32_t numIndices;
+} obxCorrespondences;
+
+/* Least-squares homography (h8 = 1) from four or more pairs, through the
+ * float32 normal equations and the Cholesky solver's slot, without centring
+ * or scaling the coordinates. Fewer than four pairs give nine zeros. When a
+ * pivot is not positive the fit is redone in double precision by
+ * obxGeomHomographyFitDPf32C, which writes [0, ..., 0, 1] if it fails too. */
+typedef void obxGeomHomographyFitf32_fn(const obxCorrespondences* corrs, float32_t* homography);
+OBX_DECLARE_OPERATION(obxGeomHomographyFitf32)
+OBX_API obxGeomHomographyFitf32_fn obxGeomHomographyFitf32C;
+OBX_API obxGeomHomographyFitf32_fn obxGeomHomographyFitDPf32C;
+
+/* Inlier test of a homography: pair k is an inlier when its reprojection
+ * error scaled by w^2, ex^2 + ey^2, is strictly below w * (w * maxsqerr),
+ * so a pair with w = 0 never is. Appends each inlier's pair number k to
+ * `inliers` (room for numIndices entries) and keeps *numinliers current.
+ * Returns 0 when every used pair is an inlier, else -1. */
+typedef int32_t obxGeomHomographyEvaluatef32_fn(const obxCorrespondences* corrs, const float32_t* homography,
+                                                float32_t maxsqerr, uint16_t* inliers, uint32_t* numinliers);
+OBX_DECLARE_OPERATION(obxGeomHomographyEvaluatef32)
+OBX_API obxGeomHomographyEvaluatef32_fn obxGeomHomographyEvaluatef32C;
+
+/* Least-squares affine transform (last row 0, 0, 1) from three or more pairs
+ * through the reference Cholesky solver; fewer pairs, or a system that is not
+ * positive definite, give zeros in the first six values. */
+typedef void obxGeomAffineFitf32_fn(const obxCorrespondences* corrs, float32_t* affine);
+OBX_DECLARE_OPERATION(obxGeomAffineFitf32)
+OBX_API obxGeomAffineFitf32_fn obxGeomAffineFitf32C;
+
+/* Inlier test of an affine transform: ex^2 + ey^2 strictly below maxsqerr
+ * (a negative maxsqerr admits no pair). Outputs as the homography's. */
+typedef int32_t obxGeomAffineEvaluatef32_fn(const obxCorrespondences* corrs, const float32_t* affine,
+                                            float32_t maxsqerr, uint16_t* inliers, uint32_t* numinliers);
+OBX_DECLARE_OPERATION(obxGeomAffineEvaluatef32)
+OBX_API obxGeomAffineEvaluatef32_fn obxGeomAffineEvaluatef32C;
+
+/* Homography mapping the four points src1 (x0, y0, ..., x3, y3) onto src2,
+ * solved on normalised points (centroid at the origin, mean distance sqrt 2)
+ * through the least-squares solver's slot. When either set has no spread the
+ * output is left untouched. */
+typedef void obxGetPerspectiveTransformf32_fn(const float32_t* src1, const float32_t* src2,
+                                              float32_t* transformCoefficient);
+OBX_DECLARE_OPERATION(obxGetPerspectiveTransformf32)
+OBX_API obxGetPerspectiveTransformf32_fn obxGetPerspectiveTransformf32C;
+
+/* ---- Geometry: camera projection and lens distortion ---------------------- */
+
+/* cameraCalibration: fx, fy, cx, cy, k1, k2, p1, p2. Distortion maps a
+ * normalised point to device coordinates with two radial and two tangential
+ * terms. Undistortion takes x0 = fx * (u - cx), y0 = fy * (v - cy) (pass
+ * 1/fx and 1/fy to invert a distortion) and runs exactly two fixed-point
+ * steps. The N-point forms take byte strides between successive points and
+ * do nothing for a count of 0. */
+typedef void obxGeomDistortPoint2x1f32_fn(const float32_t* cameraCalibration, const float32_t* xyCamera,
+                                          float32_t* xyDevice);
+typedef void obxGeomUndistortPoint2x1f32_fn(const float32_t* cameraCalibration, const float32_t* xyDevice,
+                                            float32_t* xyCamera);
+typedef void obxGeomDistortPoint2xNf32_fn(const float32_t* cameraCalibration, const float32_t* xyCamera,
+                                          uint32_t srcStride, uint32_t numPoints, float32_t* xyDevice,
+                                          uint32_t dstStride);
+typedef void obxGeomUndistortPoint2xNf32_fn(const float32_t* cameraCalibration, const float32_t* xyDevice,
+                                            uint32_t srcStride, uint32_t numPoints, float32_t* xyCamera,
+                                            uint32_t dstStride);
+OBX_DECLARE_OPERATION(obxGeomDistortPoint2x1f32)
+OBX_DECLARE_OPERATION(obxGeomUndistortPoint2x1f32)
+OBX_DECLARE_OPERATION(obxGeomDistortPoint2xNf32)
+OBX_DECLARE_OPERATION(obxGeomUndistortPoint2xNf32)
+OBX_API obxGeomDistortPoint2x1f32_fn obxGeomDistortPoint2x1f32C;
+OBX_API obxGeomUndistortPoint2x1f32_fn obxGeomUndistortPoint2x1f32C;
+OBX_API obxGeomDistortPoint2xNf32_fn obxGeomDistortPoint2xNf32C;
+OBX_API obxGeomUndistortPoint2xNf32_fn obxGeomUndistortPoint2xNf32C;
+
+/* Projects the 3-D point xyz through the 3 x 4 row-major pose [R | t]: with
+ * z its depth, xyCamera = (row 0, row 1) / z, and xyDevice its distortion
+ * (through the distortion slot). Returns 1 when z > 0, else 0; a point at
+ * z = 0 is not written, one behind the camera is. The N-point form reads
+ * points srcStride bytes apart, writes xyCamera and xyDevice dstStride bytes
+ * apart, stores each point's flag (1 or 0) in the bytes inFront[i], and
+ * returns the number of points in front. */
+typedef uint32_t obxGeomProjectPoint3x1f32_fn(const float32_t* pose, const float32_t* cameraCalibration,
+                                              const float32_t* xyz, float32_t* xyCamera, float32_t* xyDevice);
+typedef uint32_t obxGeomProjectPoint3xNf32_fn(const float32_t* pose, const float32_t* cameraCalibration,
+                                              const float32_t* xyz, uint32_t srcStride, uint32_t numPoints,
+                                              float32_t* xyCamera, float32_t* xyDevice, uint32_t dstStride,
+                                              uint8_t* inFront);
+OBX_DECLARE_OPERATION(obxGeomProjectPoint3x1f32)
+OBX_DECLARE_OPERATION(obxGeomProjectPoint3xNf32)
+OBX_API obxGeomProjectPoint3x1f32_fn obxGeomProjectPoint3x1f32C;
+OBX_API obxGeomProjectPoint3xNf32_fn obxGeomProjectPoint3xNf32C;
+
 /* ---- 16x16 sum of absolute differences ------------------------------------ */
 
 /* Sum of |a - b| over the 256 pixel pairs of two 16x16 blocks, each given by

@@ -665,6 +665,121 @@ Workload<obxSolveCholeskyf32_fn> workload(const std::string&, const Scene&, obxS
             }};
 }
 
+// ---- Geometry: fits, inlier tests, distortion and projection ---------------------------------
+
+constexpr uint32_t kGeomPoints = 256;
+
+// kGeomPoints values in [lo, hi) from a small linear congruential sequence.
+std::vector<float> geomValues(uint32_t count, float lo, float hi, uint32_t seed) {
+    std::vector<float> v(count);
+    for (float& x : v) x = lo + (hi - lo) * (float((seed = seed * 1103515245u + 12345u) >> 8) / float(1u << 24));
+    return v;
+}
+
+// kGeomPoints pairs of points in [0, 640) x [0, 480) and their images under
+// a mild homography, every eighth one moved by 6 pixels; indices in order.
+struct GeomPairs {
+    std::vector<float> from, to;
+    std::vector<uint16_t> indices;
+    obxCorrespondences record;
+    GeomPairs() : from(geomValues(2 * kGeomPoints, 0.0f, 480.0f, 7)), to(2 * kGeomPoints), indices(kGeomPoints) {
+        const float h[9] = {1.02f, 0.03f, 5.0f, -0.02f, 0.98f, -3.0f, 2e-5f, -1e-5f, 1.0f};
+        for (uint32_t k = 0; k < kGeomPoints; ++k) {
+            const float x = from[2 * k] * (640.0f / 480.0f), y = from[2 * k + 1];
+            from[2 * k] = x;
+            const float w = h[6] * x + h[7] * y + h[8];
+            to[2 * k] = (h[0] * x + h[1] * y + h[2]) / w + (k % 8 == 0 ? 6.0f : 0.0f);
+            to[2 * k + 1] = (h[3] * x + h[4] * y + h[5]) / w;
+            indices[k] = static_cast<uint16_t>(k);
+        }
+        record = {from.data(), to.data(), 2, 2, kGeomPoints, indices.data(), kGeomPoints};
+    }
+};
+const GeomPairs& geomPairs() {
+    static const GeomPairs pairs;
+    return pairs;
+}
+
+// One fit of all pairs per call, per pair (the homography and the affine
+// fit share the type).
+Workload<obxGeomHomographyFitf32_fn> workload(const std::string&, const Scene&, obxGeomHomographyFitf32_fn*) {
+    Workload<obxGeomHomographyFitf32_fn> work{double(kGeomPoints), 9 * 4, {9 * 4},
+                                              [](obxGeomHomographyFitf32_fn* f, const std::vector<Bytes>& out) {
+                                                  f(&geomPairs().record, out[0].as<float>());
+                                              }};
+    work.unit = "pair";
+    return work;
+}
+
+// One inlier test of all pairs against the affine part of the generating
+// transform (a 2-pixel threshold) per call, per pair; the homography and the
+// affine test share the type.
+Workload<obxGeomHomographyEvaluatef32_fn> workload(const std::string&, const Scene&, obxGeomHomographyEvaluatef32_fn*) {
+    Workload<obxGeomHomographyEvaluatef32_fn> work{
+        double(kGeomPoints), 2 * kGeomPoints + 8, {2 * kGeomPoints, 4, 4},
+        [](obxGeomHomographyEvaluatef32_fn* f, const std::vector<Bytes>& out) {
+            static const float h[9] = {1.02f, 0.03f, 5.0f, -0.02f, 0.98f, -3.0f, 0.0f, 0.0f, 1.0f};
+            out[2].as<int32_t>()[0] = f(&geomPairs().record, h, 4.0f, out[0].as<uint16_t>(), out[1].as<uint32_t>());
+        }};
+    work.unit = "pair";
+    return work;
+}
+
+const float kGeomCalibration[8] = {520.0f, 515.0f, 320.0f, 240.0f, -0.12f, 0.03f, 0.002f, -0.001f};
+const float kGeomInverseCalibration[8] = {1 / 520.0f, 1 / 515.0f, 320.0f, 240.0f, -0.12f, 0.03f, 0.002f, -0.001f};
+const float kGeomPose[12] = {0.96f, -0.2f, 0.1f, 0.3f, 0.21f, 0.97f, -0.05f, -0.2f, -0.08f, 0.07f, 0.99f, 4.0f};
+const std::vector<float>& geomCameraPoints() {
+    static const std::vector<float> p = geomValues(2 * kGeomPoints, -0.6f, 0.6f, 3);
+    return p;
+}
+const std::vector<float>& geomDevicePoints() {
+    static const std::vector<float> p = geomValues(2 * kGeomPoints, 0.0f, 480.0f, 5);
+    return p;
+}
+const std::vector<float>& geomScenePoints() {
+    static const std::vector<float> p = geomValues(3 * kGeomPoints, -2.0f, 2.0f, 9);
+    return p;
+}
+
+// One point per call for the one-point forms (the first of the packed
+// points), all packed points per call for the N-point forms, per point.
+// Distortion and undistortion share their types; the name picks the
+// calibration and the points.
+Workload<obxGeomDistortPoint2x1f32_fn> workload(const std::string& name, const Scene&, obxGeomDistortPoint2x1f32_fn*) {
+    const bool undistort = contains(name, "Undistort");
+    return {1, 8, {8}, [undistort](obxGeomDistortPoint2x1f32_fn* f, const std::vector<Bytes>& out) {
+                f(undistort ? kGeomInverseCalibration : kGeomCalibration,
+                  (undistort ? geomDevicePoints() : geomCameraPoints()).data(), out[0].as<float>());
+            }};
+}
+Workload<obxGeomProjectPoint3x1f32_fn> workload(const std::string&, const Scene&, obxGeomProjectPoint3x1f32_fn*) {
+    return {1, 20, {8, 8, 4}, [](obxGeomProjectPoint3x1f32_fn* f, const std::vector<Bytes>& out) {
+                out[2].as<uint32_t>()[0] = f(kGeomPose, kGeomCalibration, geomScenePoints().data(), out[0].as<float>(),
+                                             out[1].as<float>());
+            }};
+}
+Workload<obxGeomDistortPoint2xNf32_fn> workload(const std::string& name, const Scene&, obxGeomDistortPoint2xNf32_fn*) {
+    const bool undistort = contains(name, "Undistort");
+    Workload<obxGeomDistortPoint2xNf32_fn> work{
+        double(kGeomPoints), 8 * kGeomPoints, {8 * kGeomPoints},
+        [undistort](obxGeomDistortPoint2xNf32_fn* f, const std::vector<Bytes>& out) {
+            f(undistort ? kGeomInverseCalibration : kGeomCalibration,
+              (undistort ? geomDevicePoints() : geomCameraPoints()).data(), 8, kGeomPoints, out[0].as<float>(), 8);
+        }};
+    work.unit = "point";
+    return work;
+}
+Workload<obxGeomProjectPoint3xNf32_fn> workload(const std::string&, const Scene&, obxGeomProjectPoint3xNf32_fn*) {
+    Workload<obxGeomProjectPoint3xNf32_fn> work{
+        double(kGeomPoints), 17 * kGeomPoints + 4, {8 * kGeomPoints, 8 * kGeomPoints, kGeomPoints, 4},
+        [](obxGeomProjectPoint3xNf32_fn* f, const std::vector<Bytes>& out) {
+            out[3].as<uint32_t>()[0] = f(kGeomPose, kGeomCalibration, geomScenePoints().data(), 12, kGeomPoints,
+                                         out[0].as<float>(), out[1].as<float>(), 8, out[2].data());
+        }};
+    work.unit = "point";
+    return work;
+}
+
 // ---- Counting -------------------------------------------------------------------------
 
 void markWindow(long phase) { syscall(OMBRIX_INSN_MARK, phase); }

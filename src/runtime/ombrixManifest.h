@@ -217,6 +217,19 @@ OBX_OP_REF(obxMeanShiftu8, obxMeanShiftu8C)
 OBX_OP_REF(obxMeanShifts32, obxMeanShifts32C)
 OBX_OP_REF(obxMeanShiftf32, obxMeanShiftf32C)
 
+/* Geometry: homography and affine fitting, projection and distortion */
+OBX_OP(obxGeomHomographyFitf32, obxGeomHomographyFitf32C, obxGeomHomographyFitf32V)
+OBX_OP(obxGeomHomographyEvaluatef32, obxGeomHomographyEvaluatef32C, obxGeomHomographyEvaluatef32V)
+OBX_OP(obxGeomAffineFitf32, obxGeomAffineFitf32C, obxGeomAffineFitf32V)
+OBX_OP(obxGeomAffineEvaluatef32, obxGeomAffineEvaluatef32C, obxGeomAffineEvaluatef32V)
+OBX_OP_REF(obxGetPerspectiveTransformf32, obxGetPerspectiveTransformf32C)
+OBX_OP(obxGeomDistortPoint2x1f32, obxGeomDistortPoint2x1f32C, obxGeomDistortPoint2x1f32V)
+OBX_OP(obxGeomDistortPoint2xNf32, obxGeomDistortPoint2xNf32C, obxGeomDistortPoint2xNf32V)
+OBX_OP(obxGeomUndistortPoint2x1f32, obxGeomUndistortPoint2x1f32C, obxGeomUndistortPoint2x1f32V)
+OBX_OP(obxGeomUndistortPoint2xNf32, obxGeomUndistortPoint2xNf32C, obxGeomUndistortPoint2xNf32V)
+OBX_OP(obxGeomProjectPoint3x1f32, obxGeomProjectPoint3x1f32C, obxGeomProjectPoint3x1f32V)
+OBX_OP(obxGeomProjectPoint3xNf32, obxGeomProjectPoint3xNf32C, obxGeomProjectPoint3xNf32V)
+
 #undef OBX_OP
 #undef OBX_OP_REF
 #undef OBX_OP_STATIC
