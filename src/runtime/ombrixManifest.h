@@ -217,6 +217,33 @@ OBX_OP_REF(obxMeanShiftu8, obxMeanShiftu8C)
 OBX_OP_REF(obxMeanShifts32, obxMeanShifts32C)
 OBX_OP_REF(obxMeanShiftf32, obxMeanShiftf32C)
 
+/* Features: patch descriptors and dot products */
+OBX_OP(obxDescriptor17x17u8To36s8, obxDescriptor17x17u8To36s8C, obxDescriptor17x17u8To36s8V)
+OBX_OP(obxDescriptorSampledMeanAndVar36f32, obxDescriptorSampledMeanAndVar36f32C, obxDescriptorSampledMeanAndVar36f32V)
+OBX_OP(obxVecNormalize36s8f32, obxVecNormalize36s8f32C, obxVecNormalize36s8f32V)
+OBX_OP(obxDotProducts8, obxDotProducts8C, obxDotProducts8V)
+OBX_OP(obxDotProductu8, obxDotProductu8C, obxDotProductu8V)
+OBX_OP(obxDotProduct36x1s8, obxDotProduct36x1s8C, obxDotProduct36x1s8V)
+OBX_OP(obxDotProduct64x1s8, obxDotProduct64x1s8C, obxDotProduct64x1s8V)
+OBX_OP(obxDotProduct128x1s8, obxDotProduct128x1s8C, obxDotProduct128x1s8V)
+OBX_OP(obxDotProduct36x1u8, obxDotProduct36x1u8C, obxDotProduct36x1u8V)
+OBX_OP(obxDotProduct64x1u8, obxDotProduct64x1u8C, obxDotProduct64x1u8V)
+OBX_OP(obxDotProduct128x1u8, obxDotProduct128x1u8C, obxDotProduct128x1u8V)
+OBX_OP(obxDotProduct36x4s8, obxDotProduct36x4s8C, obxDotProduct36x4s8V)
+OBX_OP(obxDotProduct64x4s8, obxDotProduct64x4s8C, obxDotProduct64x4s8V)
+OBX_OP(obxDotProduct128x4s8, obxDotProduct128x4s8C, obxDotProduct128x4s8V)
+OBX_OP(obxDotProduct36x4u8, obxDotProduct36x4u8C, obxDotProduct36x4u8V)
+OBX_OP(obxDotProduct64x4u8, obxDotProduct64x4u8C, obxDotProduct64x4u8V)
+OBX_OP(obxDotProduct128x4u8, obxDotProduct128x4u8C, obxDotProduct128x4u8V)
+OBX_OP(obxDotProductNorm36x4s8, obxDotProductNorm36x4s8C, obxDotProductNorm36x4s8V)
+OBX_OP(obxDotProductNorm64x4s8, obxDotProductNorm64x4s8C, obxDotProductNorm64x4s8V)
+OBX_OP(obxDotProductNorm128x4s8, obxDotProductNorm128x4s8C, obxDotProductNorm128x4s8V)
+OBX_OP(obxDotProductNorm36x4u8, obxDotProductNorm36x4u8C, obxDotProductNorm36x4u8V)
+OBX_OP(obxDotProductNorm64x4u8, obxDotProductNorm64x4u8C, obxDotProductNorm64x4u8V)
+OBX_OP(obxDotProductNorm128x4u8, obxDotProductNorm128x4u8C, obxDotProductNorm128x4u8V)
+OBX_OP(obxDotProduct8x8u8, obxDotProduct8x8u8C, obxDotProduct8x8u8V)
+OBX_OP(obxDotProduct11x12u8, obxDotProduct11x12u8C, obxDotProduct11x12u8V)
+
 #undef OBX_OP
 #undef OBX_OP_REF
 #undef OBX_OP_STATIC
