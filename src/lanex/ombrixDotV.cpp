@@ -50,21 +50,29 @@ struct UnsignedLanes {
 template <class L, uint32_t N, uint32_t K>
 OMBRIX_ALWAYS_INLINE void accumulate(const typename L::T* A, const typename L::T* const* X, typename L::Acc* acc) {
     static_assert(N % 16 == 0 || N % 16 == 4, "whole 16-byte blocks and at most a 4-byte tail");
-    typename L::V16 a = L::load16(A);
+    // Pointers stepped along with the blocks, so that every load advances
+    // its own address; the block loop is unrolled completely.
+    const typename L::T* x[K];
+    for (uint32_t i = 0; i < K; ++i) x[i] = X[i];
+    const typename L::T* a = A;
+    typename L::V16 va = L::load16(a);
     for (uint32_t i = 0; i < K; ++i) {
-        const typename L::V16 x = L::load16(X[i]);
-        acc[i] = L::add(L::first(L::low(a), L::low(x)), L::high(a), L::high(x));
+        const typename L::V16 vx = L::load16(x[i]);
+        acc[i] = L::add(L::first(L::low(va), L::low(vx)), L::high(va), L::high(vx));
     }
+#pragma GCC unroll 8
     for (uint32_t c = 16; c + 16 <= N; c += 16) {
-        a = L::load16(A + c);
+        a += 16;
+        va = L::load16(a);
         for (uint32_t i = 0; i < K; ++i) {
-            const typename L::V16 x = L::load16(X[i] + c);
-            acc[i] = L::add(L::add(acc[i], L::low(a), L::low(x)), L::high(a), L::high(x));
+            x[i] += 16;
+            const typename L::V16 vx = L::load16(x[i]);
+            acc[i] = L::add(L::add(acc[i], L::low(va), L::low(vx)), L::high(va), L::high(vx));
         }
     }
     if (N % 16 == 4) {
-        const typename L::V8 tail = L::upperHalf(L::load8(A + N - 8));
-        for (uint32_t i = 0; i < K; ++i) acc[i] = L::add(acc[i], tail, L::load8(X[i] + N - 8));
+        const typename L::V8 tail = L::upperHalf(L::load8(a + 12));
+        for (uint32_t i = 0; i < K; ++i) acc[i] = L::add(acc[i], tail, L::load8(x[i] + 12));
     }
 }
 
