@@ -1182,6 +1182,128 @@ OBX_API obxMeanShiftu8_fn obxMeanShiftu8C;
 OBX_API obxMeanShifts32_fn obxMeanShifts32C;
 OBX_API obxMeanShiftf32_fn obxMeanShiftf32C;
 
+/* ---- Patch descriptors and dot products -------------------------------------- */
+
+/* A 36-value gradient descriptor of a 17x17 patch (stride 17): weighted x and
+ * y differences and their magnitudes summed over a 3x3 grid of 5x5 cells of
+ * the interior, shifted right by 3, clamped at 20/128 of their norm and
+ * scaled so that the largest magnitude becomes 127 (truncating). Writes the
+ * 36 values and the sum of their squares and returns 0; a patch without
+ * gradient returns -1 and writes nothing. */
+typedef int32_t obxDescriptor17x17u8To36s8_fn(const uint8_t* patch, int8_t* descriptorChar,
+                                              int32_t* descriptorNormSq);
+OBX_DECLARE_OPERATION(obxDescriptor17x17u8To36s8)
+OBX_API obxDescriptor17x17u8To36s8_fn obxDescriptor17x17u8To36s8C;
+
+/* Per-dimension mean and sum of squared deviations of the float descriptors
+ * src + 36 * vind[k] for k = first .. min(first + 100, last), summed in float
+ * in index order: means[d] = s / n (as (1 / n) * s), vars[d] = q - s * means[d].
+ * temp must be non-null and is not used. Returns 0. */
+typedef int32_t obxDescriptorSampledMeanAndVar36f32_fn(const float* src, int32_t first, int32_t last,
+                                                       const uint32_t* vind, float* means, float* vars, float* temp);
+OBX_DECLARE_OPERATION(obxDescriptorSampledMeanAndVar36f32)
+OBX_API obxDescriptorSampledMeanAndVar36f32_fn obxDescriptorSampledMeanAndVar36f32C;
+
+/* dst[36 i + j] = (invLen[i] * reqNorm) * src[i * srcStride + j] for numVecs
+ * descriptors of 36 values (srcStride in bytes). Does nothing when *stopFlag
+ * is non-zero on entry (read once). Returns 0. */
+typedef int32_t obxVecNormalize36s8f32_fn(const int8_t* src, uint32_t srcStride, const float* invLen,
+                                          uint32_t numVecs, float reqNorm, float* dst, const int32_t* stopFlag);
+OBX_DECLARE_OPERATION(obxVecNormalize36s8f32)
+OBX_API obxVecNormalize36s8f32_fn obxVecNormalize36s8f32C;
+
+/* Integer dot products, summed in 32 bits in element order (wrapping like
+ * unsigned arithmetic for long vectors). len = 0 gives 0. */
+typedef int32_t obxDotProducts8_fn(const int8_t* a, const int8_t* b, uint32_t len);
+typedef uint32_t obxDotProductu8_fn(const uint8_t* a, const uint8_t* b, uint32_t len);
+OBX_DECLARE_OPERATION(obxDotProducts8)
+OBX_DECLARE_OPERATION(obxDotProductu8)
+OBX_API obxDotProducts8_fn obxDotProducts8C;
+OBX_API obxDotProductu8_fn obxDotProductu8C;
+
+/* a . b over 36, 64 or 128 elements. */
+typedef int32_t obxDotProduct36x1s8_fn(const int8_t* a, const int8_t* b);
+typedef uint32_t obxDotProduct36x1u8_fn(const uint8_t* a, const uint8_t* b);
+typedef obxDotProduct36x1s8_fn obxDotProduct64x1s8_fn;
+typedef obxDotProduct36x1s8_fn obxDotProduct128x1s8_fn;
+typedef obxDotProduct36x1u8_fn obxDotProduct64x1u8_fn;
+typedef obxDotProduct36x1u8_fn obxDotProduct128x1u8_fn;
+OBX_DECLARE_OPERATION(obxDotProduct36x1s8)
+OBX_DECLARE_OPERATION(obxDotProduct64x1s8)
+OBX_DECLARE_OPERATION(obxDotProduct128x1s8)
+OBX_DECLARE_OPERATION(obxDotProduct36x1u8)
+OBX_DECLARE_OPERATION(obxDotProduct64x1u8)
+OBX_DECLARE_OPERATION(obxDotProduct128x1u8)
+OBX_API obxDotProduct36x1s8_fn obxDotProduct36x1s8C;
+OBX_API obxDotProduct36x1s8_fn obxDotProduct64x1s8C;
+OBX_API obxDotProduct36x1s8_fn obxDotProduct128x1s8C;
+OBX_API obxDotProduct36x1u8_fn obxDotProduct36x1u8C;
+OBX_API obxDotProduct36x1u8_fn obxDotProduct64x1u8C;
+OBX_API obxDotProduct36x1u8_fn obxDotProduct128x1u8C;
+
+/* dotProducts[i] = A . (B, C, D, E)[i] over 36, 64 or 128 elements. */
+typedef void obxDotProduct36x4s8_fn(const int8_t* A, const int8_t* B, const int8_t* C, const int8_t* D,
+                                    const int8_t* E, int32_t* dotProducts);
+typedef void obxDotProduct36x4u8_fn(const uint8_t* A, const uint8_t* B, const uint8_t* C, const uint8_t* D,
+                                    const uint8_t* E, uint32_t* dotProducts);
+typedef obxDotProduct36x4s8_fn obxDotProduct64x4s8_fn;
+typedef obxDotProduct36x4s8_fn obxDotProduct128x4s8_fn;
+typedef obxDotProduct36x4u8_fn obxDotProduct64x4u8_fn;
+typedef obxDotProduct36x4u8_fn obxDotProduct128x4u8_fn;
+OBX_DECLARE_OPERATION(obxDotProduct36x4s8)
+OBX_DECLARE_OPERATION(obxDotProduct64x4s8)
+OBX_DECLARE_OPERATION(obxDotProduct128x4s8)
+OBX_DECLARE_OPERATION(obxDotProduct36x4u8)
+OBX_DECLARE_OPERATION(obxDotProduct64x4u8)
+OBX_DECLARE_OPERATION(obxDotProduct128x4u8)
+OBX_API obxDotProduct36x4s8_fn obxDotProduct36x4s8C;
+OBX_API obxDotProduct36x4s8_fn obxDotProduct64x4s8C;
+OBX_API obxDotProduct36x4s8_fn obxDotProduct128x4s8C;
+OBX_API obxDotProduct36x4u8_fn obxDotProduct36x4u8C;
+OBX_API obxDotProduct36x4u8_fn obxDotProduct64x4u8C;
+OBX_API obxDotProduct36x4u8_fn obxDotProduct128x4u8C;
+
+/* dotProducts[i] = ((float)(A . vBi) * invLengthA) * invLengthsB[i] over 36,
+ * 64 or 128 elements. */
+typedef void obxDotProductNorm36x4s8_fn(const int8_t* A, float invLengthA, const int8_t* vB0, const int8_t* vB1,
+                                        const int8_t* vB2, const int8_t* vB3, const float* invLengthsB,
+                                        float* dotProducts);
+typedef void obxDotProductNorm36x4u8_fn(const uint8_t* A, float invLengthA, const uint8_t* vB0, const uint8_t* vB1,
+                                        const uint8_t* vB2, const uint8_t* vB3, const float* invLengthsB,
+                                        float* dotProducts);
+typedef obxDotProductNorm36x4s8_fn obxDotProductNorm64x4s8_fn;
+typedef obxDotProductNorm36x4s8_fn obxDotProductNorm128x4s8_fn;
+typedef obxDotProductNorm36x4u8_fn obxDotProductNorm64x4u8_fn;
+typedef obxDotProductNorm36x4u8_fn obxDotProductNorm128x4u8_fn;
+OBX_DECLARE_OPERATION(obxDotProductNorm36x4s8)
+OBX_DECLARE_OPERATION(obxDotProductNorm64x4s8)
+OBX_DECLARE_OPERATION(obxDotProductNorm128x4s8)
+OBX_DECLARE_OPERATION(obxDotProductNorm36x4u8)
+OBX_DECLARE_OPERATION(obxDotProductNorm64x4u8)
+OBX_DECLARE_OPERATION(obxDotProductNorm128x4u8)
+OBX_API obxDotProductNorm36x4s8_fn obxDotProductNorm36x4s8C;
+OBX_API obxDotProductNorm36x4s8_fn obxDotProductNorm64x4s8C;
+OBX_API obxDotProductNorm36x4s8_fn obxDotProductNorm128x4s8C;
+OBX_API obxDotProductNorm36x4u8_fn obxDotProductNorm36x4u8C;
+OBX_API obxDotProductNorm36x4u8_fn obxDotProductNorm64x4u8C;
+OBX_API obxDotProductNorm36x4u8_fn obxDotProductNorm128x4u8C;
+
+/* Correlation of an 8x8 patch (stride 8) with the 8x8 blocks of img (imgW is
+ * also its stride) whose fifth column and row are (nX + i, nY), for i = 0 ..
+ * nNum - 1: dotProducts[i] = sum of ptch(u, v) * img(nX - 4 + i + u, nY - 4 + v). */
+typedef void obxDotProduct8x8u8_fn(const uint8_t* ptch, const uint8_t* img, uint32_t imgW, uint32_t imgH,
+                                   uint32_t nX, uint32_t nY, uint32_t nNum, uint32_t* dotProducts);
+OBX_DECLARE_OPERATION(obxDotProduct8x8u8)
+OBX_API obxDotProduct8x8u8_fn obxDotProduct8x8u8C;
+
+/* The same correlation on a grid of 12 x 11 positions: dotProducts[12 dy + dx]
+ * for the block whose top-left is (nX - 4 + dx, nY - 4 + dy). The caller keeps
+ * the 19 x 18 pixels read inside the image. */
+typedef void obxDotProduct11x12u8_fn(const uint8_t* ptch, const uint8_t* img, uint32_t imgW, uint32_t imgH,
+                                     uint32_t nX, uint32_t nY, uint32_t* dotProducts);
+OBX_DECLARE_OPERATION(obxDotProduct11x12u8)
+OBX_API obxDotProduct11x12u8_fn obxDotProduct11x12u8C;
+
 #ifdef __cplusplus
 }
 #endif

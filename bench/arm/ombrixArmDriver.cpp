@@ -777,6 +777,154 @@ Workload<obxGeomProjectPoint3xNf32_fn> workload(const std::string&, const Scene&
                                          out[0].as<float>(), out[1].as<float>(), 8, out[2].data());
         }};
     work.unit = "point";
+// ---- Patch descriptors and dot products ----------------------------------------------------
+
+// The 17x17 patches of the gray scene on a 17-pixel grid, copied out packed,
+// per patch.
+std::shared_ptr<Bytes> scenePatches(const Scene& s, uint32_t* count) {
+    const uint32_t cols = s.w / 17, rows = s.h / 17;
+    *count = cols * rows;
+    auto patches = std::make_shared<Bytes>(size_t{289} * *count);
+    for (uint32_t i = 0; i < *count; ++i)
+        for (uint32_t r = 0; r < 17; ++r)
+            memcpy(patches->data() + 289 * i + 17 * r, s.gray.data() + size_t{(i / cols) * 17 + r} * s.w + (i % cols) * 17,
+                   17);
+    return patches;
+}
+
+Workload<obxDescriptor17x17u8To36s8_fn> workload(const std::string&, const Scene& s, obxDescriptor17x17u8To36s8_fn*) {
+    uint32_t n = 0;
+    std::shared_ptr<Bytes> patches = scenePatches(s, &n);
+    Workload<obxDescriptor17x17u8To36s8_fn> work{
+        double(n), 44 * size_t{n}, {36 * size_t{n}, 8 * size_t{n}},
+        [patches, n](obxDescriptor17x17u8To36s8_fn* f, const std::vector<Bytes>& out) {
+            for (uint32_t i = 0; i < n; ++i)
+                out[1].as<int32_t>()[2 * i] = f(patches->data() + 289 * i, out[0].as<int8_t>() + 36 * i,
+                                                out[1].as<int32_t>() + 2 * i + 1);
+        }};
+    work.unit = "patch";
+    return work;
+}
+
+// 101 descriptors of 36 scene values (0..255 as floats) picked by a stride
+// of 7, per call.
+Workload<obxDescriptorSampledMeanAndVar36f32_fn> workload(const std::string&, const Scene& s,
+                                                          obxDescriptorSampledMeanAndVar36f32_fn*) {
+    auto vind = std::make_shared<std::vector<uint32_t>>(101);
+    const uint32_t descriptors = static_cast<uint32_t>(s.pixels() / 36);
+    for (uint32_t k = 0; k < 101; ++k) (*vind)[k] = (k * 7) % descriptors;
+    return {1, 2 * 36 * 4, {36 * 4, 36 * 4}, [&s, vind](obxDescriptorSampledMeanAndVar36f32_fn* f, const std::vector<Bytes>& out) {
+                float temp = 0;
+                f(s.f32.as<float>(), 0, 100, vind->data(), out[0].as<float>(), out[1].as<float>(), &temp);
+            }};
+}
+
+// 1000 descriptors of the scene's bytes taken as signed, per descriptor.
+Workload<obxVecNormalize36s8f32_fn> workload(const std::string&, const Scene& s, obxVecNormalize36s8f32_fn*) {
+    const uint32_t n = 1000;
+    auto invLen = std::make_shared<std::vector<float>>(n);
+    for (uint32_t i = 0; i < n; ++i) (*invLen)[i] = 1.0f / float(100 + i);
+    Workload<obxVecNormalize36s8f32_fn> work{
+        double(n), 36 * 4 * size_t{n}, {36 * 4 * size_t{n}},
+        [&s, invLen, n](obxVecNormalize36s8f32_fn* f, const std::vector<Bytes>& out) {
+            const int32_t stop = 0;
+            f(s.gray.as<int8_t>(), 37, invLen->data(), n, 512.0f, out[0].as<float>(), &stop);
+        }};
+    work.unit = "descriptor";
+    return work;
+}
+
+// Dot products of stretches of the scene's bytes 53 apart (signed or
+// unsigned): 1000 calls, per call. The any-length forms take 100 elements.
+constexpr uint32_t kDotCalls = 1000;
+uint32_t dotLength(const std::string& name) {
+    const int n = numberAfter(name, "Product");
+    return n ? uint32_t(n) : numberAfter(name, "Norm") ? uint32_t(numberAfter(name, "Norm")) : 100u;
+}
+// The loop inlines `one`, so that a call costs little beyond the operation.
+template <typename T, typename Fn, typename One>
+Workload<Fn> dotWorkload(const std::string& name, const Scene& s, size_t outBytes, One one) {
+    const uint32_t len = dotLength(name);
+    Workload<Fn> work{double(kDotCalls), outBytes * kDotCalls, {outBytes * kDotCalls},
+                      [&s, len, outBytes, one](Fn* f, const std::vector<Bytes>& out) {
+                          const T* a = s.gray.as<T>();
+                          uint8_t* o = out[0].data();
+                          for (uint32_t i = 0; i < kDotCalls; ++i, a += 53, o += outBytes) one(f, a, len, o);
+                      }};
+    work.unit = "call";
+    return work;
+}
+Workload<obxDotProducts8_fn> workload(const std::string& name, const Scene& s, obxDotProducts8_fn*) {
+    return dotWorkload<int8_t, obxDotProducts8_fn>(name, s, 4, [](obxDotProducts8_fn* f, const int8_t* a, uint32_t len, uint8_t* out) {
+        *reinterpret_cast<int32_t*>(out) = f(a, a + 4099, len);
+    });
+}
+Workload<obxDotProductu8_fn> workload(const std::string& name, const Scene& s, obxDotProductu8_fn*) {
+    return dotWorkload<uint8_t, obxDotProductu8_fn>(name, s, 4, [](obxDotProductu8_fn* f, const uint8_t* a, uint32_t len, uint8_t* out) {
+        *reinterpret_cast<uint32_t*>(out) = f(a, a + 4099, len);
+    });
+}
+Workload<obxDotProduct36x1s8_fn> workload(const std::string& name, const Scene& s, obxDotProduct36x1s8_fn*) {
+    return dotWorkload<int8_t, obxDotProduct36x1s8_fn>(name, s, 4, [](obxDotProduct36x1s8_fn* f, const int8_t* a, uint32_t, uint8_t* out) {
+        *reinterpret_cast<int32_t*>(out) = f(a, a + 4099);
+    });
+}
+Workload<obxDotProduct36x1u8_fn> workload(const std::string& name, const Scene& s, obxDotProduct36x1u8_fn*) {
+    return dotWorkload<uint8_t, obxDotProduct36x1u8_fn>(name, s, 4, [](obxDotProduct36x1u8_fn* f, const uint8_t* a, uint32_t, uint8_t* out) {
+        *reinterpret_cast<uint32_t*>(out) = f(a, a + 4099);
+    });
+}
+Workload<obxDotProduct36x4s8_fn> workload(const std::string& name, const Scene& s, obxDotProduct36x4s8_fn*) {
+    return dotWorkload<int8_t, obxDotProduct36x4s8_fn>(name, s, 16, [](obxDotProduct36x4s8_fn* f, const int8_t* a, uint32_t, uint8_t* out) {
+        f(a, a + 4099, a + 5001, a + 6007, a + 7011, reinterpret_cast<int32_t*>(out));
+    });
+}
+Workload<obxDotProduct36x4u8_fn> workload(const std::string& name, const Scene& s, obxDotProduct36x4u8_fn*) {
+    return dotWorkload<uint8_t, obxDotProduct36x4u8_fn>(name, s, 16, [](obxDotProduct36x4u8_fn* f, const uint8_t* a, uint32_t, uint8_t* out) {
+        f(a, a + 4099, a + 5001, a + 6007, a + 7011, reinterpret_cast<uint32_t*>(out));
+    });
+}
+const float kInvLengthsB[4] = {1.0f / 300, 1.0f / 411, 1.0f / 529, 1.0f / 1000};
+Workload<obxDotProductNorm36x4s8_fn> workload(const std::string& name, const Scene& s, obxDotProductNorm36x4s8_fn*) {
+    return dotWorkload<int8_t, obxDotProductNorm36x4s8_fn>(
+        name, s, 16, [](obxDotProductNorm36x4s8_fn* f, const int8_t* a, uint32_t, uint8_t* out) {
+            f(a, 1.0f / 700, a + 4099, a + 5001, a + 6007, a + 7011, kInvLengthsB, reinterpret_cast<float*>(out));
+        });
+}
+Workload<obxDotProductNorm36x4u8_fn> workload(const std::string& name, const Scene& s, obxDotProductNorm36x4u8_fn*) {
+    return dotWorkload<uint8_t, obxDotProductNorm36x4u8_fn>(
+        name, s, 16, [](obxDotProductNorm36x4u8_fn* f, const uint8_t* a, uint32_t, uint8_t* out) {
+            f(a, 1.0f / 700, a + 4099, a + 5001, a + 6007, a + 7011, kInvLengthsB, reinterpret_cast<float*>(out));
+        });
+}
+
+// The scene's top-left 8x8 block correlated along every 8th row, 16
+// positions per call at a time, per position.
+Workload<obxDotProduct8x8u8_fn> workload(const std::string&, const Scene& s, obxDotProduct8x8u8_fn*) {
+    const uint32_t perRow = (s.w - 8) / 16, rows = (s.h - 8) / 8, n = 16 * perRow * rows;
+    Workload<obxDotProduct8x8u8_fn> work{
+        double(n), 4 * size_t{n}, {4 * size_t{n}}, [&s, perRow, rows](obxDotProduct8x8u8_fn* f, const std::vector<Bytes>& out) {
+            uint32_t* dots = out[0].as<uint32_t>();
+            for (uint32_t r = 0; r < rows; ++r)
+                for (uint32_t c = 0; c < perRow; ++c, dots += 16)
+                    f(s.gray.data(), s.gray.data(), s.w, s.h, 4 + 16 * c, 4 + 8 * r, 16, dots);
+        }};
+    work.unit = "position";
+    return work;
+}
+
+// The 12 x 11 grid around every 19th pixel of every 18th row, per call.
+Workload<obxDotProduct11x12u8_fn> workload(const std::string&, const Scene& s, obxDotProduct11x12u8_fn*) {
+    const uint32_t cols = s.w / 19, rows = s.h / 18, n = cols * rows;
+    Workload<obxDotProduct11x12u8_fn> work{
+        double(n), 132 * 4 * size_t{n}, {132 * 4 * size_t{n}},
+        [&s, cols, rows](obxDotProduct11x12u8_fn* f, const std::vector<Bytes>& out) {
+            uint32_t* dots = out[0].as<uint32_t>();
+            for (uint32_t r = 0; r < rows; ++r)
+                for (uint32_t c = 0; c < cols; ++c, dots += 132)
+                    f(s.gray.data() + 289, s.gray.data(), s.w, s.h, 4 + 19 * c, 4 + 18 * r, dots);
+        }};
+    work.unit = "call";
     return work;
 }
 
