@@ -217,6 +217,11 @@ OBX_OP_REF(obxMeanShiftu8, obxMeanShiftu8C)
 OBX_OP_REF(obxMeanShifts32, obxMeanShifts32C)
 OBX_OP_REF(obxMeanShiftf32, obxMeanShiftf32C)
 
+/* Motion: Lucas-Kanade optical flow */
+OBX_OP_REF(obxTrackLKOpticalFlowf32, obxTrackLKOpticalFlowf32C)
+OBX_OP_REF(obxTrackLKOpticalFlowu8, obxTrackLKOpticalFlowf32C)
+OBX_KERNEL(calcIxIy_32f, calcIxIy_32fC, calcIxIy_32fV)
+
 #undef OBX_OP
 #undef OBX_OP_REF
 #undef OBX_OP_STATIC
