@@ -260,8 +260,26 @@ Workload<obxGradientPlanars8_fn> workload(const std::string&, const Scene& s, ob
 Workload<obxGradientPlanarf32_fn> workload(const std::string&, const Scene& s, obxGradientPlanarf32_fn*) {
     return planarGradients<float32_t, obxGradientPlanarf32_fn>(s, s.gray.data(), s.w);
 }
-Workload<obxImageGradientSobelPlanarf32f32_v2_fn> workload(const std::string&, const Scene& s,
+// The Lucas-Kanade gradient kernel (the same function type as the float
+// Sobel gradients) on the bordered 9x9 windows of a 16-pixel grid over
+// the float scene, as the tracker calls it with a 9x9 window; per pixel.
+Workload<calcIxIy_32f_fn> lkGradientWorkload(const Scene& s) {
+    constexpr uint32_t kSide = 9, kStep = 16;
+    const uint32_t cols = (s.w - 2) / kStep, rows = (s.h - 2) / kStep, n = cols * rows;
+    const size_t bytes = size_t{n} * kSide * kSide * 4;
+    return {double(n) * kSide * kSide, 2 * bytes, {bytes, bytes},
+            [&s, cols, rows](calcIxIy_32f_fn* f, const std::vector<Bytes>& out) {
+                float32_t *dx = out[0].as<float32_t>(), *dy = out[1].as<float32_t>();
+                for (uint32_t by = 0; by < rows; ++by)
+                    for (uint32_t bx = 0; bx < cols; ++bx, dx += kSide * kSide, dy += kSide * kSide)
+                        f(s.f32.as<float32_t>() + size_t{by * kStep + 1} * s.w + bx * kStep + 1, s.w * 4, kSide, kSide,
+                          dx, dy, kSide * 4);
+            }};
+}
+
+Workload<obxImageGradientSobelPlanarf32f32_v2_fn> workload(const std::string& name, const Scene& s,
                                                            obxImageGradientSobelPlanarf32f32_v2_fn*) {
+    if (contains(name, "calcIxIy")) return lkGradientWorkload(s);
     return planarGradients<float32_t, obxImageGradientSobelPlanarf32f32_v2_fn>(s, s.f32.as<float32_t>(), s.w * 4);
 }
 
@@ -662,24 +680,6 @@ Workload<obxSolveCholeskyf32_fn> workload(const std::string&, const Scene&, obxS
                 static const float b[8] = {1, -2, 3, -4, 5, -6, 7, -8};
                 memcpy(out[0].data(), spd.data(), 64 * 4);
                 out[3].as<int32_t>()[0] = f(out[0].as<float>(), b, out[1].as<float>(), 8, out[2].as<float>());
-            }};
-}
-
-// ---- Lucas-Kanade --------------------------------------------------------------------
-
-// The gradient kernel on the bordered 9x9 windows of a 16-pixel grid over
-// the float scene, as the tracker calls it with a 9x9 window; per pixel.
-Workload<calcIxIy_32f_fn> workload(const std::string&, const Scene& s, calcIxIy_32f_fn*) {
-    constexpr uint32_t kSide = 9, kStep = 16;
-    const uint32_t cols = (s.w - 2) / kStep, rows = (s.h - 2) / kStep, n = cols * rows;
-    const size_t bytes = size_t{n} * kSide * kSide * 4;
-    return {double(n) * kSide * kSide, 2 * bytes, {bytes, bytes},
-            [&s, cols, rows](calcIxIy_32f_fn* f, const std::vector<Bytes>& out) {
-                float32_t *dx = out[0].as<float32_t>(), *dy = out[1].as<float32_t>();
-                for (uint32_t by = 0; by < rows; ++by)
-                    for (uint32_t bx = 0; bx < cols; ++bx, dx += kSide * kSide, dy += kSide * kSide)
-                        f(s.f32.as<float32_t>() + size_t{by * kStep + 1} * s.w + bx * kStep + 1, s.w * 4, kSide, kSide,
-                          dx, dy, kSide * 4);
             }};
 }
 
