@@ -3,19 +3,23 @@
 // on a sample scene (or the PGM/PPM named on the command line): the picture
 // becomes a 4:2:0 pseudo-planar camera frame, which is converted to RGB and to
 // gray, smoothed, searched for edges and for FAST corners, and reduced to a
-// 4-level pyramid. Every stage is timed on the reference and on the vector
+// 4-level pyramid, whose FAST corners are then tracked with Lucas-Kanade
+// into a copy of the picture moved by a known sub-pixel offset. Every stage is timed on the reference and on the vector
 // table and its result is written out.
 //
 //   ombrix_demo [image.pgm|image.ppm] [--out DIRECTORY]
 #include <stdio.h>
 #include <string.h>
 
+#include <algorithm>
+#include <cmath>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "ombrix.h"
 #include "ombrixDemoImage.h"
+#include "ombrixKernels.h"
 
 namespace {
 
@@ -282,8 +286,64 @@ int main(int argc, char** argv) {
               [&] { obxPyramidCreateu8_(base.data(), baseWidth, baseHeight, kLevels, pyramid); },
               reinterpret_cast<void* const*>(&obxScaleDownBy2Gaussian5x5u8_));
     const bool written = writeResult(outDirectory, "ombrix-pyramid.pgm", pyramidStrip(pyramid, kLevels));
+    if (!written) {
+        obxPyramidDelete_(pyramid, kLevels, 1);
+        return 1;
+    }
+
+    // Lucas-Kanade: the base moved by (1.35, -0.8) pixels (bilinear, edges
+    // clamped) and its pyramid; the FAST corners at least 24 pixels inside
+    // are tracked from the base into it with 9x9 windows over the 4 levels.
+    const float shiftX = 1.35f, shiftY = -0.8f;
+    Image moved(baseWidth, baseHeight, 1);
+    for (uint32_t y = 0; y < baseHeight; ++y)
+        for (uint32_t x = 0; x < baseWidth; ++x) {
+            const float u = x - shiftX, v = y - shiftY;
+            const int32_t u0 = static_cast<int32_t>(u + 8) - 8, v0 = static_cast<int32_t>(v + 8) - 8;  // floor
+            const float fu = u - u0, fv = v - v0;
+            const auto at = [&](int32_t px, int32_t py) {
+                px = px < 0 ? 0 : px >= int32_t(baseWidth) ? int32_t(baseWidth) - 1 : px;
+                py = py < 0 ? 0 : py >= int32_t(baseHeight) ? int32_t(baseHeight) - 1 : py;
+                return static_cast<float>(base.data()[size_t(py) * baseWidth + px]);
+            };
+            const float value = (1 - fu) * (1 - fv) * at(u0, v0) + fu * (1 - fv) * at(u0 + 1, v0) +
+                                (1 - fu) * fv * at(u0, v0 + 1) + fu * fv * at(u0 + 1, v0 + 1);
+            moved.data()[size_t{y} * baseWidth + x] = static_cast<uint8_t>(value + 0.5f);
+        }
+    obxPyramidLevel movedPyramid[kLevels] = {};
+    if (obxPyramidAllocate_(movedPyramid, baseWidth, baseHeight, 1, kLevels, 0) != 0 ||
+        obxPyramidCreateu8_(moved.data(), baseWidth, baseHeight, kLevels, movedPyramid) != 0) {
+        fprintf(stderr, "cannot build the moved pyramid\n");
+        return 1;
+    }
+    std::vector<float> points;
+    for (uint32_t i = 0; i < corners; ++i)
+        if (xy[2 * i] >= 24 && xy[2 * i] + 24 < baseWidth && xy[2 * i + 1] >= 24 && xy[2 * i + 1] + 24 < baseHeight)
+            points.push_back(static_cast<float>(xy[2 * i])), points.push_back(static_cast<float>(xy[2 * i + 1]));
+    const int32_t numPoints = static_cast<int32_t>(points.size() / 2);
+    std::vector<float> tracked(points.size());
+    std::vector<int32_t> status(numPoints);
+    timeStage("obxTrackLKOpticalFlowf32 (9x9, 4 levels)",
+              [&] {
+                  obxTrackLKOpticalFlowf32_(base.data(), moved.data(), baseWidth, baseHeight, pyramid, movedPyramid,
+                                            nullptr, nullptr, points.data(), tracked.data(), status.data(), numPoints,
+                                            9, 9, 20, kLevels);
+              },
+              reinterpret_cast<void* const*>(&calcIxIy_32f_));
+    std::vector<float> errors;
+    for (int32_t i = 0; i < numPoints; ++i)
+        if (status[i] == 1) {
+            const float ex = tracked[2 * i] - points[2 * i] - shiftX, ey = tracked[2 * i + 1] - points[2 * i + 1] - shiftY;
+            errors.push_back(ex * ex + ey * ey);
+        }
+    std::sort(errors.begin(), errors.end());
+    if (errors.empty())
+        printf("  no corner tracked (%d tried)\n", numPoints);
+    else
+        printf("  %zu of %d corners tracked, median error %.3f px (shift %.2f, %.2f)\n", errors.size(), numPoints,
+               std::sqrt(errors[errors.size() / 2]), shiftX, shiftY);
+    obxPyramidDelete_(movedPyramid, kLevels, 1);
     obxPyramidDelete_(pyramid, kLevels, 1);
-    if (!written) return 1;
 
     obxSetOperationMode(OBX_MODE_REFERENCE);
     return 0;

@@ -1303,6 +1303,30 @@ typedef void obxDotProduct11x12u8_fn(const uint8_t* ptch, const uint8_t* img, ui
                                      uint32_t nX, uint32_t nY, uint32_t* dotProducts);
 OBX_DECLARE_OPERATION(obxDotProduct11x12u8)
 OBX_API obxDotProduct11x12u8_fn obxDotProduct11x12u8C;
+/* ---- Lucas-Kanade optical flow ----------------------------------------------------------- */
+
+/* Tracks n feature points from the 8-bit image src1 to src2 (both width x
+ * height, packed) with the pyramidal iterative Lucas-Kanade method in
+ * float32. src1Pyr and src2Pyr are their u8 pyramids of numLevels levels
+ * (level 0 is src1/src2 themselves; levels 1.. are read from the pyramids);
+ * the two gradient pyramids are accepted and not read. featureXY holds x, y
+ * pairs; featureXY_out receives the tracked positions and featureStatus one
+ * code per feature: 1 tracked, -2 singular gradient matrix, -4 window
+ * clipped below 3 pixels or left the image. The window is
+ * (2 * (windowWidth / 2) + 1) x (2 * (windowHeight / 2) + 1): only odd sizes
+ * of at least 5 fit the working area the call allocates, so other sizes
+ * return without writing anything. A feature that fails at a coarser level
+ * keeps the position last stored, in that level's pixels. */
+typedef void obxTrackLKOpticalFlowf32_fn(const uint8_t* src1, const uint8_t* src2, uint32_t width, uint32_t height,
+                                         const obxPyramidLevel* src1Pyr, const obxPyramidLevel* src2Pyr,
+                                         const obxPyramidLevel* dxPyr, const obxPyramidLevel* dyPyr,
+                                         const float32_t* featureXY, float32_t* featureXY_out,
+                                         int32_t* featureStatus, int32_t numFeatures, int32_t windowWidth,
+                                         int32_t windowHeight, int32_t maxIterations, int32_t numLevels);
+typedef obxTrackLKOpticalFlowf32_fn obxTrackLKOpticalFlowu8_fn;
+OBX_DECLARE_OPERATION(obxTrackLKOpticalFlowf32)
+OBX_DECLARE_OPERATION(obxTrackLKOpticalFlowu8)
+OBX_API obxTrackLKOpticalFlowf32_fn obxTrackLKOpticalFlowf32C;
 
 #ifdef __cplusplus
 }

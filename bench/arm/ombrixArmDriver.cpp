@@ -260,8 +260,26 @@ Workload<obxGradientPlanars8_fn> workload(const std::string&, const Scene& s, ob
 Workload<obxGradientPlanarf32_fn> workload(const std::string&, const Scene& s, obxGradientPlanarf32_fn*) {
     return planarGradients<float32_t, obxGradientPlanarf32_fn>(s, s.gray.data(), s.w);
 }
-Workload<obxImageGradientSobelPlanarf32f32_v2_fn> workload(const std::string&, const Scene& s,
+// The Lucas-Kanade gradient kernel (the same function type as the float
+// Sobel gradients) on the bordered 9x9 windows of a 16-pixel grid over
+// the float scene, as the tracker calls it with a 9x9 window; per pixel.
+Workload<calcIxIy_32f_fn> lkGradientWorkload(const Scene& s) {
+    constexpr uint32_t kSide = 9, kStep = 16;
+    const uint32_t cols = (s.w - 2) / kStep, rows = (s.h - 2) / kStep, n = cols * rows;
+    const size_t bytes = size_t{n} * kSide * kSide * 4;
+    return {double(n) * kSide * kSide, 2 * bytes, {bytes, bytes},
+            [&s, cols, rows](calcIxIy_32f_fn* f, const std::vector<Bytes>& out) {
+                float32_t *dx = out[0].as<float32_t>(), *dy = out[1].as<float32_t>();
+                for (uint32_t by = 0; by < rows; ++by)
+                    for (uint32_t bx = 0; bx < cols; ++bx, dx += kSide * kSide, dy += kSide * kSide)
+                        f(s.f32.as<float32_t>() + size_t{by * kStep + 1} * s.w + bx * kStep + 1, s.w * 4, kSide, kSide,
+                          dx, dy, kSide * 4);
+            }};
+}
+
+Workload<obxImageGradientSobelPlanarf32f32_v2_fn> workload(const std::string& name, const Scene& s,
                                                            obxImageGradientSobelPlanarf32f32_v2_fn*) {
+    if (contains(name, "calcIxIy")) return lkGradientWorkload(s);
     return planarGradients<float32_t, obxImageGradientSobelPlanarf32f32_v2_fn>(s, s.f32.as<float32_t>(), s.w * 4);
 }
 
@@ -984,6 +1002,64 @@ void measure(const Options& options, const Scene& scene, const char* name, Fn** 
     countSecondAndThird("memcpy", name, work.units, work.unit, [&] { memcpy(to.data(), from.data(), from.size()); });
 }
 
+// The Lucas-Kanade tracker has no vector variant of its own; vector modes
+// speed it up through its gradient kernel slot. It is counted like the
+// slots above, once per mode through the same slot, per tracked point: 9x9
+// windows, 3 levels, at most 20 iterations, 120 points on a grid, from the
+// gray scene to the scene moved by (1.6, -1.2) pixels.
+void measureLucasKanade(const Options& options, const Scene& s) {
+    const char* name = "obxTrackLKOpticalFlowf32";
+    if (!options.only.empty() && !contains(name, options.only.c_str())) return;
+    constexpr uint32_t kLevels = 3, kPoints = 120;
+    const uint32_t w = s.w & ~3u, h = s.h & ~3u;
+    auto frames = std::make_shared<std::vector<uint8_t>>(2 * size_t{w} * h);
+    uint8_t *first = frames->data(), *second = first + size_t{w} * h;
+    for (uint32_t y = 0; y < h; ++y) memcpy(first + size_t{y} * w, s.gray.data() + size_t{y} * s.w, w);
+    // second(x, y) = first(x - 1.6, y + 1.2), bilinear, edges clamped.
+    for (uint32_t y = 0; y < h; ++y)
+        for (uint32_t x = 0; x < w; ++x) {
+            const auto at = [&](int32_t u, int32_t v) {
+                u = u < 0 ? 0 : u >= int32_t(w) ? int32_t(w) - 1 : u, v = v < 0 ? 0 : v >= int32_t(h) ? int32_t(h) - 1 : v;
+                return float(first[size_t(v) * w + u]);
+            };
+            const int32_t u = int32_t(x) - 2, v = int32_t(y) + 1;  // x - 1.6 = u + 0.4, y + 1.2 = v + 0.2
+            const float value = 0.6f * 0.8f * at(u, v) + 0.4f * 0.8f * at(u + 1, v) + 0.6f * 0.2f * at(u, v + 1) +
+                                0.4f * 0.2f * at(u + 1, v + 1);
+            second[size_t{y} * w + x] = static_cast<uint8_t>(value + 0.5f);
+        }
+    auto pyramids = std::make_shared<std::vector<obxPyramidLevel>>(2 * kLevels);
+    obxPyramidLevel *pyr1 = pyramids->data(), *pyr2 = pyr1 + kLevels;
+    obxSetOperationMode(OBX_MODE_REFERENCE);
+    if (obxPyramidAllocateC(pyr1, w, h, 1, kLevels, 0) || obxPyramidAllocateC(pyr2, w, h, 1, kLevels, 0) ||
+        obxPyramidCreateu8C(first, w, h, kLevels, pyr1) || obxPyramidCreateu8C(second, w, h, kLevels, pyr2)) {
+        fprintf(stderr, "%s: pyramids not built\n", name);
+        ++failures;
+        return;
+    }
+    std::vector<float> xy;
+    for (uint32_t i = 0; i < kPoints; ++i)
+        xy.push_back(24 + (w - 48) * ((i % 12) + 0.3f) / 12), xy.push_back(24 + (h - 48) * ((i / 12) + 0.7f) / 10);
+    const auto run = [&](const std::vector<Bytes>& out) {
+        obxTrackLKOpticalFlowf32_(first, second, w, h, pyr1, pyr2, nullptr, nullptr, xy.data(), out[0].as<float>(),
+                                  out[1].as<int32_t>(), kPoints, 9, 9, 20, kLevels);
+    };
+    const std::vector<size_t> sizes = {kPoints * 8, kPoints * 4};
+    const std::vector<Bytes> expected = makeOutputs(sizes), actual = makeOutputs(sizes);
+    countSecondAndThird("reference", name, kPoints, "point", [&] { run(expected); });
+    obxSetOperationMode(OBX_MODE_VECTOR);
+    countSecondAndThird("vector", name, kPoints, "point", [&] { run(actual); });
+    for (size_t i = 0; i < sizes.size(); ++i) {
+        if (memcmp(expected[i].data(), actual[i].data(), sizes[i]) != 0) {
+            fprintf(stderr, "%s: output %zu differs between the modes\n", name, i);
+            ++failures;
+        }
+    }
+    const Bytes from(kPoints * 12, 0x33), to(kPoints * 12);
+    countSecondAndThird("memcpy", name, kPoints, "point", [&] { memcpy(to.data(), from.data(), from.size()); });
+    obxPyramidDeleteC(pyr1, kLevels, 1);
+    obxPyramidDeleteC(pyr2, kLevels, 1);
+}
+
 bool parseOptions(int argc, char** argv, Options* options) {
     for (int i = 1; i < argc; ++i) {
         if (!strcmp(argv[i], "--size") && i + 1 < argc) {
@@ -1016,5 +1092,6 @@ int main(int argc, char** argv) {
 #define OBX_OP(name, reference, vector) measure(options, scene, #name, &name##_, reference);
 #define OBX_KERNEL(name, reference, vector) measure(options, scene, #name, &name##_, reference);
 #include "ombrixManifest.h"
+    measureLucasKanade(options, scene);
     return failures == 0 ? 0 : 1;
 }

@@ -54,6 +54,16 @@ typedef uint32_t calculateBlockSum16x16_fn(const uint8_t* block, uint32_t stride
 typedef uint32_t calculateBlockSAD_ZeroMean16x16_fn(const uint8_t* a, uint32_t aStride, const uint8_t* b,
                                                     uint32_t bStride);
 
+/* Scharr gradients of the inner width x height pixels of a float patch with
+ * a one-pixel border: src points at the first inner pixel, rows srcStride
+ * bytes apart; dx and dy get width x height values, rows dstStride bytes
+ * apart. Per pixel, with d(r, c) = p[r][c + 1] - p[r][c - 1]:
+ *   dx = 0.09375 * d(y - 1, x) + 0.3125 * d(y, x) + 0.09375 * d(y + 1, x)
+ * each product and sum rounded to float32, left to right; dy alike with
+ * rows and columns exchanged. */
+typedef void calcIxIy_32f_fn(const float32_t* src, uint32_t srcStride, uint32_t width, uint32_t height,
+                             float32_t* dx, float32_t* dy, uint32_t dstStride);
+
 #define OBX_OP(name, reference, vector) name##_fn vector;
 #define OBX_KERNEL(name, reference, vector) \
     OBX_API extern name##_fn* name##_;      \

@@ -255,6 +255,10 @@ OBX_OP(obxDotProductNorm64x4u8, obxDotProductNorm64x4u8C, obxDotProductNorm64x4u
 OBX_OP(obxDotProductNorm128x4u8, obxDotProductNorm128x4u8C, obxDotProductNorm128x4u8V)
 OBX_OP(obxDotProduct8x8u8, obxDotProduct8x8u8C, obxDotProduct8x8u8V)
 OBX_OP(obxDotProduct11x12u8, obxDotProduct11x12u8C, obxDotProduct11x12u8V)
+/* Motion: Lucas-Kanade optical flow */
+OBX_OP_REF(obxTrackLKOpticalFlowf32, obxTrackLKOpticalFlowf32C)
+OBX_OP_REF(obxTrackLKOpticalFlowu8, obxTrackLKOpticalFlowf32C)
+OBX_KERNEL(calcIxIy_32f, calcIxIy_32fC, calcIxIy_32fV)
 
 #undef OBX_OP
 #undef OBX_OP_REF
