@@ -795,6 +795,9 @@ Workload<obxGeomProjectPoint3xNf32_fn> workload(const std::string&, const Scene&
                                          out[0].as<float>(), out[1].as<float>(), 8, out[2].data());
         }};
     work.unit = "point";
+    return work;
+}
+
 // ---- Patch descriptors and dot products ----------------------------------------------------
 
 // The 17x17 patches of the gray scene on a 17-pixel grid, copied out packed,
