@@ -217,6 +217,14 @@ OBX_OP_REF(obxMeanShiftu8, obxMeanShiftu8C)
 OBX_OP_REF(obxMeanShifts32, obxMeanShifts32C)
 OBX_OP_REF(obxMeanShiftf32, obxMeanShiftf32C)
 
+/* Shape analysis: contour finding */
+OBX_OP_REF(obxFindContoursAllocate, obxFindContoursAllocateC)
+OBX_OP_REF(obxFindContoursDelete, obxFindContoursDeleteC)
+OBX_OP_REF(obxFindContoursExternalu8, obxFindContoursExternalu8C)
+OBX_OP_REF(obxFindContoursListu8, obxFindContoursListu8C)
+OBX_OP_REF(obxFindContoursCcompu8, obxFindContoursCcompu8C)
+OBX_OP_REF(obxFindContoursTreeu8, obxFindContoursTreeu8C)
+
 #undef OBX_OP
 #undef OBX_OP_REF
 #undef OBX_OP_STATIC
