@@ -26,39 +26,58 @@ constexpr uint8_t kFlatNegative = 254;
 // wrap onto the values 0 and 1 of plain background and foreground.
 constexpr uint32_t kMaxNumberedContours = 253;
 
-// Clears the outermost rows and columns and turns every other non-zero pixel
-// into 1.
+// Clears the outermost rows and columns. Turning foreground into 1 is left to
+// normalizeRows, which the scan applies row by row just ahead of itself.
 void prepareImage(uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride) {
     OMBRIX_ASSERT(src && srcWidth && srcHeight && (srcStride >= srcWidth));
     memset(src, 0, srcWidth);
     memset(src + size_t{srcStride} * (srcHeight - 1), 0, srcWidth);
-    constexpr size_t kOnes = ~size_t{0} / 255;  // 0x0101...01
-    constexpr size_t kLow7 = kOnes * 0x7F;
     for (uint32_t y = 1; y + 1 < srcHeight; ++y) {
         uint8_t* row = src + size_t{srcStride} * y;
-        uint32_t x = 0;
-        // A word at a time: the high bit of (b & 0x7F) + 0x7F, or of b itself,
-        // is set exactly when byte b is non-zero.
-        for (; x + sizeof(size_t) <= srcWidth; x += sizeof(size_t)) {
-            size_t w;
-            memcpy(&w, row + x, sizeof w);
-            w = (((w & kLow7) + kLow7) | w) >> 7 & kOnes;
-            memcpy(row + x, &w, sizeof w);
-        }
-        for (; x < srcWidth; ++x) row[x] = row[x] != 0;
         row[0] = 0;
         row[srcWidth - 1] = 0;
     }
 }
 
-// First x >= `x` (and < end) whose pixel differs from `value`.
+// The image with its rows [1, ready) already holding 0 and 1 (and labels).
+// Rows below `ready` still hold the caller's values: border following may
+// test them for zero, which they answer correctly, but must normalise a row
+// before it labels a pixel there.
+struct LabelMap {
+    uint8_t* src;
+    uint32_t width, stride;
+    uint32_t ready;
+    void normalizeRows(uint32_t end) {  // up to, not including, row `end`
+        for (uint32_t y = ready; y < end; ++y) normalizeRow(src + size_t{stride} * y + 1, width > 2 ? width - 2 : 0);
+        if (end > ready) ready = end;
+    }
+    // Local copies only: stores through a byte pointer could otherwise alias
+    // the fields above and keep the loop from being unrolled or vectorised.
+    static void normalizeRow(uint8_t* row, uint32_t count) {
+        for (uint32_t x = 0; x < count; ++x) row[x] = row[x] != 0;
+    }
+};
+
+// Index of the lowest non-zero byte of a non-zero word (bytes in memory order
+// on little-endian processors).
+inline uint32_t firstSetByte(size_t d) {
+    return static_cast<uint32_t>((sizeof(size_t) == 8 ? __builtin_ctzll(d) : __builtin_ctz(static_cast<uint32_t>(d))) / 8);
+}
+
+// First x >= `x` (and < end) whose pixel differs from `value`, two words per
+// step over long runs.
 inline uint32_t runEnd(const uint8_t* row, uint32_t x, uint32_t end, uint8_t value) {
     const size_t pattern = value * (~size_t{0} / 255);
-    for (; x + sizeof(size_t) <= end; x += sizeof(size_t)) {
-        size_t w;
-        memcpy(&w, row + x, sizeof w);
-        if (w != pattern) break;
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    for (; x + 2 * sizeof(size_t) <= end; x += 2 * sizeof(size_t)) {
+        size_t w0, w1;
+        memcpy(&w0, row + x, sizeof w0);
+        memcpy(&w1, row + x + sizeof w0, sizeof w1);
+        w0 ^= pattern;
+        w1 ^= pattern;
+        if (w0 | w1) return w0 ? x + firstSetByte(w0) : x + sizeof(size_t) + firstSetByte(w1);
     }
+#endif
     while (x < end && row[x] == value) ++x;
     return x;
 }
@@ -76,7 +95,7 @@ struct Outputs {
 // Follows one border from `start` (at x, y), whose first search direction is
 // `firstDirection`, labelling its pixels and appending its points at `out`.
 // Returns false, with nothing counted, when a point would fill the buffer.
-bool followBorder(uint8_t* start, int32_t x, int32_t y, int32_t firstDirection, uint8_t positive,
+bool followBorder(LabelMap& map, uint8_t* start, int32_t x, int32_t y, int32_t firstDirection, uint8_t positive,
                   uint8_t negative, const int32_t* offsets, int32_t*& out, const int32_t* pointLimit) {
     // Clockwise from the direction before the first one: the neighbour found
     // is the border's last pixel, the one the following comes back from.
@@ -104,6 +123,7 @@ bool followBorder(uint8_t* start, int32_t x, int32_t y, int32_t firstDirection, 
         int32_t k = back + 1;
         uint8_t* next = current + offsets[k];
         while (!*next) next = current + offsets[++k];
+        if (static_cast<uint32_t>(y) >= map.ready) map.normalizeRows(static_cast<uint32_t>(y) + 1);
         if (k > 8)
             *current = negative;
         else if (*current == 1)
@@ -163,6 +183,7 @@ uint32_t findContours(uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint3
         kNumbered && o.maxNumContours > kMaxNumberedContours ? kMaxNumberedContours : o.maxNumContours;
     int32_t* out = o.pointBuffer;
     uint32_t n = 0;
+    LabelMap map{src, srcWidth, srcStride, 1};
     int32_t topLast = -1;
 
     // Traces one border; false ends the whole scan.
@@ -172,7 +193,7 @@ uint32_t findContours(uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint3
         const uint8_t positive = kNumbered ? static_cast<uint8_t>(number) : kFlatPositive;
         const uint8_t negative = kNumbered ? static_cast<uint8_t>(0u - number) : kFlatNegative;
         int32_t* first = out;
-        if (!followBorder(start, x, y, hole ? kEast : kWest, positive, negative, offsets, out, o.pointLimit)) {
+        if (!followBorder(map, start, x, y, hole ? kEast : kWest, positive, negative, offsets, out, o.pointLimit)) {
             out = first;
             return false;
         }
@@ -211,6 +232,7 @@ uint32_t findContours(uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint3
     const uint32_t height = srcHeight;
     for (uint32_t y = 1; y + 1 < height; ++y) {
         uint8_t* row = src + size_t{srcStride} * y;
+        if (y >= map.ready) map.normalizeRows(y + 1);
         int32_t lnbd = 0;  // last border label met on the row, as a signed byte
         uint32_t x = 1;
         while (x < srcWidth) {
@@ -234,6 +256,7 @@ uint32_t findContours(uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint3
         }
         if (x < srcWidth) break;  // out of contour slots or point space
     }
+    map.normalizeRows(srcHeight > 1 ? srcHeight - 1 : 1);  // rows left after an early stop
     if (kNumbered) finishHierarchy(o.hierarchy, n);
     return n;
 }
