@@ -301,6 +301,8 @@ TEST(Contour, PointBufferAndContourLimits) {
         for (Mode mode : {kExternal, kList}) {
             const Found f = run(mode, TextImage(twoShapes), c.maxNumContours, c.pointBufferSize);
             EXPECT_EQ(f.contours.size(), c.expected) << c.maxNumContours << " " << c.pointBufferSize;
+            // Rows past an early stop still hold 0 and 1, not the input.
+            EXPECT_EQ(std::count(f.labels.begin(), f.labels.end(), 255), 0);
         }
     EXPECT_EQ(run(kTree, TextImage(twoShapes), 127, 18).contours.size(), 1u);
 }
@@ -351,7 +353,11 @@ TEST(Contour, RandomImagesHaveOneBorderPerComponentAndHole) {
             }
         const uint32_t outer = countComponents(fg, w, h, true, false);
         const uint32_t holes = countComponents(bg, w, h, false, true);
-        const Found list = run(kList, TextImage(rows, trial % 5));
+        // Foreground of any non-zero value, 1 and 2 included.
+        TextImage image(rows, trial % 5);
+        for (uint8_t& v : image.pixels)
+            if (v) v = static_cast<uint8_t>(1 + rng() % 255);
+        const Found list = run(kList, image);
         ASSERT_EQ(list.contours.size(), outer + holes) << w << "x" << h;
         // Consecutive points are 8-neighbours, also around the end.
         for (const Points& c : list.contours)
@@ -362,7 +368,7 @@ TEST(Contour, RandomImagesHaveOneBorderPerComponentAndHole) {
             }
         if (outer + holes > 126) continue;
         for (Mode mode : {kCcomp, kTree}) {
-            const Found f = run(mode, TextImage(rows));
+            const Found f = run(mode, image);
             EXPECT_EQ(f.contours, list.contours);
             EXPECT_EQ(std::count(f.holeFlag.begin(), f.holeFlag.end(), 1), int64_t(holes));
             // Holes always have a parent and it is an outer border; in Ccomp

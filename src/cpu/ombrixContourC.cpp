@@ -107,8 +107,8 @@ bool followBorder(LabelMap& map, uint8_t* start, int32_t x, int32_t y, int32_t f
         }
     }
     if (last < 0) {  // an isolated pixel
-        if (out >= pointLimit) return false;
         *start = negative;
+        if (out >= pointLimit) return false;
         out[0] = x;
         out[1] = y;
         out += 2;
