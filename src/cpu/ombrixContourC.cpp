@@ -64,18 +64,34 @@ inline uint32_t firstSetByte(size_t d) {
     return static_cast<uint32_t>((sizeof(size_t) == 8 ? __builtin_ctzll(d) : __builtin_ctz(static_cast<uint32_t>(d))) / 8);
 }
 
-// First x >= `x` (and < end) whose pixel differs from `value`, two words per
+// First x >= `x` (and < end) whose pixel differs from `value`, four words per
 // step over long runs.
 inline uint32_t runEnd(const uint8_t* row, uint32_t x, uint32_t end, uint8_t value) {
     const size_t pattern = value * (~size_t{0} / 255);
 #if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-    for (; x + 2 * sizeof(size_t) <= end; x += 2 * sizeof(size_t)) {
-        size_t w0, w1;
-        memcpy(&w0, row + x, sizeof w0);
-        memcpy(&w1, row + x + sizeof w0, sizeof w1);
+    constexpr uint32_t kWord = sizeof(size_t);
+    for (; x + 4 * kWord <= end; x += 4 * kWord) {
+        size_t w0, w1, w2, w3;
+        memcpy(&w0, row + x, kWord);
+        memcpy(&w1, row + x + kWord, kWord);
+        memcpy(&w2, row + x + 2 * kWord, kWord);
+        memcpy(&w3, row + x + 3 * kWord, kWord);
         w0 ^= pattern;
         w1 ^= pattern;
-        if (w0 | w1) return w0 ? x + firstSetByte(w0) : x + sizeof(size_t) + firstSetByte(w1);
+        w2 ^= pattern;
+        w3 ^= pattern;
+        if (w0 | w1 | w2 | w3) {
+            if (w0) return x + firstSetByte(w0);
+            if (w1) return x + kWord + firstSetByte(w1);
+            if (w2) return x + 2 * kWord + firstSetByte(w2);
+            return x + 3 * kWord + firstSetByte(w3);
+        }
+    }
+    for (; x + kWord <= end; x += kWord) {
+        size_t w;
+        memcpy(&w, row + x, sizeof w);
+        w ^= pattern;
+        if (w) return x + firstSetByte(w);
     }
 #endif
     while (x < end && row[x] == value) ++x;
