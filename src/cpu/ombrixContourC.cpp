@@ -54,7 +54,22 @@ struct LabelMap {
     // Local copies only: stores through a byte pointer could otherwise alias
     // the fields above and keep the loop from being unrolled or vectorised.
     static void normalizeRow(uint8_t* row, uint32_t count) {
-        for (uint32_t x = 0; x < count; ++x) row[x] = row[x] != 0;
+        uint32_t x = 0;
+#if !defined(__SSE2__) && !defined(__ARM_NEON)
+        // Without a vector unit for the compiler to use, a word at a time:
+        // the high bit of (b & 0x7F) + 0x7F, or of b itself, is set exactly
+        // when byte b is non-zero.
+        constexpr size_t kOnes = ~size_t{0} / 255;  // 0x0101...01
+        constexpr size_t kLow7 = kOnes * 0x7F;
+        for (; x + sizeof(size_t) <= count; x += sizeof(size_t)) {
+            size_t w;
+            memcpy(&w, row + x, sizeof w);
+            if (!w) continue;  // background stays as it is
+            w = (((w & kLow7) + kLow7) | w) >> 7 & kOnes;
+            memcpy(row + x, &w, sizeof w);
+        }
+#endif
+        for (; x < count; ++x) row[x] = row[x] != 0;
     }
 };
 
@@ -76,16 +91,7 @@ inline uint32_t runEnd(const uint8_t* row, uint32_t x, uint32_t end, uint8_t val
         memcpy(&w1, row + x + kWord, kWord);
         memcpy(&w2, row + x + 2 * kWord, kWord);
         memcpy(&w3, row + x + 3 * kWord, kWord);
-        w0 ^= pattern;
-        w1 ^= pattern;
-        w2 ^= pattern;
-        w3 ^= pattern;
-        if (w0 | w1 | w2 | w3) {
-            if (w0) return x + firstSetByte(w0);
-            if (w1) return x + kWord + firstSetByte(w1);
-            if (w2) return x + 2 * kWord + firstSetByte(w2);
-            return x + 3 * kWord + firstSetByte(w3);
-        }
+        if ((w0 ^ pattern) | (w1 ^ pattern) | (w2 ^ pattern) | (w3 ^ pattern)) break;  // found below
     }
     for (; x + kWord <= end; x += kWord) {
         size_t w;
