@@ -307,6 +307,21 @@ TEST(Contour, PointBufferAndContourLimits) {
     EXPECT_EQ(run(kTree, TextImage(twoShapes), 127, 18).contours.size(), 1u);
 }
 
+// Border numbers live in the image as bytes: the hierarchical modes number at
+// most 253 contours, agreeing with List while the numbers stay below 128.
+TEST(Contour, NumberedModesStopAt253Contours) {
+    std::vector<std::string> rows(42, std::string(42, '.'));
+    for (uint32_t y = 1; y < 41; y += 2)
+        for (uint32_t x = 1; x < 41; x += 2) rows[y][x] = '#';  // 400 dots
+    const Found list = run(kList, TextImage(rows), 1000);
+    ASSERT_EQ(list.contours.size(), 400u);
+    for (Mode mode : {kCcomp, kTree}) {
+        const Found f = run(mode, TextImage(rows), 1000);
+        ASSERT_EQ(f.contours.size(), 253u);
+        EXPECT_TRUE(std::equal(list.contours.begin(), list.contours.begin() + 126, f.contours.begin()));
+    }
+}
+
 // Counts of random images against flood fills: outer borders are the
 // 8-connected foreground components, holes the 4-connected background
 // components that do not reach the cleared image border.
