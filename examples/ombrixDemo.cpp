@@ -5,6 +5,8 @@
 // gray, smoothed, searched for edges and for FAST corners, and reduced to a
 // 4-level pyramid, whose FAST corners are then tracked with Lucas-Kanade
 // into a copy of the picture moved by a known sub-pixel offset. Every stage is timed on the reference and on the vector
+// gray, smoothed, searched for edges and for FAST corners, reduced to a
+// 4-level pyramid, and thresholded for its contours. Every stage is timed on the reference and on the vector
 // table and its result is written out.
 //
 //   ombrix_demo [image.pgm|image.ppm] [--out DIRECTORY]
@@ -143,6 +145,20 @@ Image cornerOverlay(const Image& gray, const uint32_t* xy, uint32_t count) {
             }
         }
     }
+    return overlay;
+}
+
+// The gray image as RGB with every contour point painted green.
+Image contourOverlay(const Image& gray, int32_t* const* starts, const uint32_t* counts, uint32_t contours) {
+    Image overlay(gray.width, gray.height, 3);
+    for (size_t i = 0; i < gray.pixels.size(); ++i)
+        for (int c = 0; c < 3; ++c) overlay.pixels[i * 3 + c] = gray.pixels[i];
+    for (uint32_t i = 0; i < contours; ++i)
+        for (uint32_t k = 0; k < counts[i]; ++k) {
+            uint8_t* rgb = overlay.data() + (size_t{static_cast<uint32_t>(starts[i][2 * k + 1])} * gray.width +
+                                             static_cast<uint32_t>(starts[i][2 * k])) * 3;
+            rgb[0] = 0, rgb[1] = 255, rgb[2] = 0;
+        }
     return overlay;
 }
 
@@ -344,6 +360,35 @@ int main(int argc, char** argv) {
                std::sqrt(errors[errors.size() / 2]), shiftX, shiftY);
     obxPyramidDelete_(movedPyramid, kLevels, 1);
     obxPyramidDelete_(pyramid, kLevels, 1);
+
+    // Contours of the smoothed picture thresholded at mid-gray: every outer
+    // and hole border, drawn in green over the gray image. The finder labels
+    // the image it is given, so each timed run starts from a fresh copy.
+    Image binary(smooth.width, smooth.height, 1);
+    obxFilterThresholdu8_v2_(smooth.data(), smooth.width, smooth.height, smooth.stride(), binary.data(),
+                             binary.stride(), 128);
+    Image labels = binary;
+    const uint32_t maxContours = 65536, pointCapacity = 8 * binary.width * binary.height;
+    std::vector<uint32_t> contourPoints(maxContours);
+    std::vector<int32_t*> contourStarts(maxContours);
+    std::vector<int32_t> points(pointCapacity);
+    uint32_t contours = 0;
+    void* contourHandle = obxFindContoursAllocate_(labels.stride());
+    timeStage("obxFindContoursListu8 (with image copy)",
+              [&] {
+                  memcpy(labels.data(), binary.data(), binary.pixels.size());
+                  obxFindContoursListu8_(labels.data(), labels.width, labels.height, labels.stride(), maxContours,
+                                         &contours, contourPoints.data(), contourStarts.data(), points.data(),
+                                         pointCapacity, contourHandle);
+              },
+              reinterpret_cast<void* const*>(&obxFindContoursListu8_));
+    obxFindContoursDelete_(contourHandle);
+    size_t totalPoints = 0;
+    for (uint32_t i = 0; i < contours; ++i) totalPoints += contourPoints[i];
+    printf("  %u contours, %zu border points, threshold 128\n", contours, totalPoints);
+    if (!writeResult(outDirectory, "ombrix-contours.ppm", contourOverlay(gray, contourStarts.data(),
+                                                                          contourPoints.data(), contours)))
+        return 1;
 
     obxSetOperationMode(OBX_MODE_REFERENCE);
     return 0;

@@ -1327,6 +1327,53 @@ typedef obxTrackLKOpticalFlowf32_fn obxTrackLKOpticalFlowu8_fn;
 OBX_DECLARE_OPERATION(obxTrackLKOpticalFlowf32)
 OBX_DECLARE_OPERATION(obxTrackLKOpticalFlowu8)
 OBX_API obxTrackLKOpticalFlowf32_fn obxTrackLKOpticalFlowf32C;
+/* ---- Contour finding ---------------------------------------------------- */
+
+/* Borders of the 8-connected components of an 8-bit image (every non-zero
+ * pixel is foreground), found by a raster scan and border following. The image
+ * is working memory: its outermost rows and columns are cleared, foreground
+ * becomes 1, and traced border pixels receive labels (2 / 254 in External and
+ * List; the low byte of +-(index + 2) in Ccomp and Tree), which stay in the
+ * caller's buffer. Each contour is written as x, y pairs of int32 into
+ * pointBuffer (pointBufferSize counts int32 values); numContourPoints[i] is
+ * its point count and contourStartPoints[i] the address of its first point.
+ * Outer borders run counter-clockwise on screen from their top-left pixel.
+ * hierarchy holds four int32 per contour: next and previous at the same level,
+ * first child, parent (-1 for none); holeFlag is 1 for hole borders. A call
+ * stops quietly, with the contours completed so far, when maxNumContours is
+ * reached or a point would fill the point buffer. The hierarchical modes need
+ * maxNumContours >= 127 and return at most 253 contours, as their labels are
+ * 8-bit. contourHandle comes from obxFindContoursAllocate for the same
+ * stride. */
+typedef void* obxFindContoursAllocate_fn(uint32_t srcStride);
+typedef void obxFindContoursDelete_fn(void* contourHandle);
+typedef void obxFindContoursExternalu8_fn(uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                          uint32_t maxNumContours, uint32_t* numContours,
+                                          uint32_t* numContourPoints, int32_t** contourStartPoints,
+                                          int32_t* pointBuffer, uint32_t pointBufferSize, int32_t* hierarchy,
+                                          void* contourHandle);
+typedef void obxFindContoursListu8_fn(uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                      uint32_t maxNumContours, uint32_t* numContours, uint32_t* numContourPoints,
+                                      int32_t** contourStartPoints, int32_t* pointBuffer,
+                                      uint32_t pointBufferSize, void* contourHandle);
+typedef void obxFindContoursCcompu8_fn(uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                       uint32_t maxNumContours, uint32_t* numContours, int32_t* holeFlag,
+                                       uint32_t* numContourPoints, int32_t** contourStartPoints,
+                                       int32_t* pointBuffer, uint32_t pointBufferSize, int32_t* hierarchy,
+                                       void* contourHandle);
+typedef obxFindContoursCcompu8_fn obxFindContoursTreeu8_fn;
+OBX_DECLARE_OPERATION(obxFindContoursAllocate)
+OBX_DECLARE_OPERATION(obxFindContoursDelete)
+OBX_DECLARE_OPERATION(obxFindContoursExternalu8)
+OBX_DECLARE_OPERATION(obxFindContoursListu8)
+OBX_DECLARE_OPERATION(obxFindContoursCcompu8)
+OBX_DECLARE_OPERATION(obxFindContoursTreeu8)
+OBX_API obxFindContoursAllocate_fn obxFindContoursAllocateC;
+OBX_API obxFindContoursDelete_fn obxFindContoursDeleteC;
+OBX_API obxFindContoursExternalu8_fn obxFindContoursExternalu8C;
+OBX_API obxFindContoursListu8_fn obxFindContoursListu8C;
+OBX_API obxFindContoursCcompu8_fn obxFindContoursCcompu8C;
+OBX_API obxFindContoursTreeu8_fn obxFindContoursTreeu8C;
 
 #ifdef __cplusplus
 }

@@ -1,10 +1,12 @@
 // Memory storage and sequences: block chaining, the deliberate quirks of the
 // public allocation and element addressing, and sequences that span blocks.
 #include "ombrix.h"
+#include "ombrixMemBlocks.h"
 #include "ombrixTestSupport.h"
 
 namespace {
 
+using ombrix_test::AssertionText;
 using ombrix_test::LogCapture;
 
 constexpr uint32_t kHeader = 2 * sizeof(void*);
@@ -134,5 +136,58 @@ TEST(MemStorage, ElementAddressUsesTheWholeIndex) {
     EXPECT_TRUE(logged(log, "require too pop too much elements\n"));
     obxClearSeq(&seq);
 }
+
+// The code book's allocator carves pieces one after another and rounds what
+// remains, not what was asked for.
+TEST(MemStorage, InternalAllocationCarvesConsecutivePieces) {
+    obxMemStorage* st = allocateMemStorage();
+    ASSERT_NE(st, nullptr);
+    EXPECT_EQ(st->block_size, OBX_MEM_BLOCK_SIZE);
+    EXPECT_EQ(st->free_space, 0u);
+    EXPECT_EQ(st->bottom, nullptr);
+    uint8_t* a = static_cast<uint8_t*>(allocateMemBlock(st, 10));
+    ASSERT_NE(a, nullptr);
+    EXPECT_EQ(a, st->bottom + kHeader);
+    EXPECT_EQ(st->free_space, (kData - 10) & ~3u);
+    uint8_t* b = static_cast<uint8_t*>(allocateMemBlock(st, 4));
+    EXPECT_EQ(b, a + 12);
+    EXPECT_EQ(st->free_space, kData - 16);
+    EXPECT_EQ(allocateMemBlock(st, 0), a + 16);  // nothing taken
+    uint8_t* c = static_cast<uint8_t*>(allocateMemBlock(st, kData - 16));
+    EXPECT_EQ(c, a + 16);  // exactly what is left still fits
+    EXPECT_EQ(st->free_space, 0u);
+    uint8_t* d = static_cast<uint8_t*>(allocateMemBlock(st, 1));
+    EXPECT_EQ(d, st->top + kHeader);
+    EXPECT_NE(st->top, st->bottom);
+    EXPECT_EQ(previousBlock(st->top), st->bottom);
+    EXPECT_EQ(st->free_space, (kData - 1) & ~3u);
+    freeMemStorage(&st);
+    EXPECT_EQ(st, nullptr);
+    freeMemStorage(&st);  // a null storage only logs
+}
+
+void misalignedFreeSpace() {
+    obxMemStorage st;
+    obxInitMemStorage(&st);
+    st.block_size = OBX_MEM_BLOCK_SIZE - 1;
+    allocateMemBlock(&st, 4);
+}
+
+void misalignedPiece() {
+    obxMemStorage st;
+    obxInitMemStorage(&st);
+    allocateMemBlock(&st, 4);
+    st.block_size += 2;  // the next piece would start 2 bytes off
+    allocateMemBlock(&st, 4);
+}
+
+const ombrix_test::AssertionCase kInternalAssertions[] = {
+    {"free space not a multiple of 4", misalignedFreeSpace, "src/cpu/ombrixBGCodeBookC",
+     "st->free_space % ((int32_t)sizeof(float32_t)) == 0"},
+    {"piece not aligned to 4", misalignedPiece, "src/cpu/ombrixBGCodeBookC",
+     "(uint32_t)ptr % ((int32_t)sizeof(float32_t)) == 0"},
+};
+INSTANTIATE_TEST_SUITE_P(MemStorage, AssertionText, ::testing::ValuesIn(kInternalAssertions),
+                         ombrix_test::assertionCaseName);
 
 }  // namespace

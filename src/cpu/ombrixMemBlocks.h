@@ -40,4 +40,11 @@ inline uint8_t* linkNewBlock(obxMemStorage* st) {
 
 }  // namespace ombrix_mem
 
+// The background code book's storage, kept inside the library (not exported):
+// a storage record from the heap, released together with its blocks, and an
+// allocator that carves consecutive pieces from the top block.
+obxMemStorage* allocateMemStorage();
+void freeMemStorage(obxMemStorage** storage);
+void* allocateMemBlock(obxMemStorage* st, uint32_t size);
+
 #endif /* OMBRIX_MEM_BLOCKS_H */

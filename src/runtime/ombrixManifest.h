@@ -259,6 +259,13 @@ OBX_OP(obxDotProduct11x12u8, obxDotProduct11x12u8C, obxDotProduct11x12u8V)
 OBX_OP_REF(obxTrackLKOpticalFlowf32, obxTrackLKOpticalFlowf32C)
 OBX_OP_REF(obxTrackLKOpticalFlowu8, obxTrackLKOpticalFlowf32C)
 OBX_KERNEL(calcIxIy_32f, calcIxIy_32fC, calcIxIy_32fV)
+/* Shape analysis: contour finding */
+OBX_OP_REF(obxFindContoursAllocate, obxFindContoursAllocateC)
+OBX_OP_REF(obxFindContoursDelete, obxFindContoursDeleteC)
+OBX_OP_REF(obxFindContoursExternalu8, obxFindContoursExternalu8C)
+OBX_OP_REF(obxFindContoursListu8, obxFindContoursListu8C)
+OBX_OP_REF(obxFindContoursCcompu8, obxFindContoursCcompu8C)
+OBX_OP_REF(obxFindContoursTreeu8, obxFindContoursTreeu8C)
 
 #undef OBX_OP
 #undef OBX_OP_REF
