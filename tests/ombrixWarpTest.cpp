@@ -138,16 +138,18 @@ TEST(WarpHand, PackedFormsUseTheWidthAsStride) {
     EXPECT_EQ(a, b);
 }
 
-// A random homography near the identity, or a rotation with scale and
-// perspective terms that send part of the destination outside.
-void randomMatrix(std::mt19937& rng, uint32_t w, uint32_t h, float* m) {
+// A random rotation with scale that takes the destination's centre near
+// the source's, with perspective terms; one in four has W = 0 on a line
+// through the destination.
+void randomMatrix(std::mt19937& rng, uint32_t sw, uint32_t sh, uint32_t dw, uint32_t dh, float* m) {
     std::uniform_real_distribution<float> u(-1.0f, 1.0f);
     const float angle = u(rng) * 3.2f, scale = 1.0f + 0.5f * u(rng);
     const float c = std::cos(angle) * scale, s = std::sin(angle) * scale;
-    m[0] = c, m[1] = -s, m[2] = 0.5f * w + u(rng) * w;
-    m[3] = s, m[4] = c, m[5] = 0.5f * h + u(rng) * h;
-    m[6] = u(rng) * 0.004f, m[7] = u(rng) * 0.004f, m[8] = 1.0f + 0.3f * u(rng);
-    if (rng() % 4 == 0) m[8] = 0.0f;  // a vanishing line across the image
+    const float cx = 0.5f * dw, cy = 0.5f * dh;
+    m[0] = c, m[1] = -s, m[2] = (0.5f + 0.3f * u(rng)) * sw - (c * cx - s * cy);
+    m[3] = s, m[4] = c, m[5] = (0.5f + 0.3f * u(rng)) * sh - (s * cx + c * cy);
+    m[6] = u(rng) * 0.002f, m[7] = u(rng) * 0.002f, m[8] = 1.0f;
+    if (rng() % 4 == 0) m[8] = -(m[6] * cx + m[7] * cy);
 }
 
 TEST(WarpVector, PerspectiveMatchesReference) {
@@ -164,7 +166,7 @@ TEST(WarpVector, PerspectiveMatchesReference) {
             GuardedImage<uint8_t> expected(g.width * ch, g.height, g.width * ch + g.dstPadding, g.dstOffset);
             GuardedImage<uint8_t> actual(g.width * ch, g.height, g.width * ch + g.dstPadding, g.dstOffset);
             float m[9];
-            randomMatrix(rng, sw, sh, m);
+            randomMatrix(rng, sw, sh, g.width, g.height, m);
             reference(src.data(), sw, sh, src.stride(), expected.data(), g.width, g.height, expected.stride(), m);
             vector(src.data(), sw, sh, src.stride(), actual.data(), g.width, g.height, actual.stride(), m);
             ASSERT_EQ(pixelDifference(expected, actual), "");
@@ -172,7 +174,7 @@ TEST(WarpVector, PerspectiveMatchesReference) {
             ASSERT_TRUE(src.guardsIntact());
             sampled += nonZero(expected);
         }
-        EXPECT_GT(sampled, 100000u);
+        EXPECT_GT(sampled, 50000u);
     }
 }
 
