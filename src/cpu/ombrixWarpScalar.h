@@ -51,8 +51,8 @@ static inline void perspectivePixel(const uint8_t* src, size_t srcStride, float 
         return;
     }
     const int32_t ix = static_cast<int32_t>(u), iy = static_cast<int32_t>(v);
-    const float fx = fmaxf(u - static_cast<float>(ix), 0.0f);
-    const float fy = fmaxf(v - static_cast<float>(iy), 0.0f);
+    const float dx = u - static_cast<float>(ix), dy = v - static_cast<float>(iy);
+    const float fx = dx > 0.0f ? dx : 0.0f, fy = dy > 0.0f ? dy : 0.0f;
     const uint8_t* p0 = rowAt(src, srcStride, static_cast<uint32_t>(iy)) + static_cast<size_t>(ix) * Channels;
     const uint8_t* p1 = p0 + srcStride;
     for (int c = 0; c < Channels; ++c) out[c] = perspectiveBlend(p0 + c, p1 + c, Channels, fx, fy);

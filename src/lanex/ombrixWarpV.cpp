@@ -13,6 +13,13 @@
 // float bit patterns as integers, which nothing flushes.
 #include <string.h>
 
+// Every conversion below is of a value known to be in range (positions are
+// masked or clamped first), so hosts may skip the out-of-range handling that
+// their translation of the NEON conversions otherwise adds.
+#if !defined(__ARM_NEON) && !defined(__ARM_NEON__)
+#define SIMDE_FAST_CONVERSION_RANGE
+#endif
+
 #include "ombrixAssert.h"
 #include "ombrixKernels.h"
 #include "ombrixNeon.h"
@@ -74,6 +81,21 @@ OMBRIX_ALWAYS_INLINE uint32_t load32(const uint8_t* p) {
     return v;
 }
 
+// Four words, straight into the lanes (a vector load of words just stored
+// one by one would wait for the stores on many cores).
+OMBRIX_ALWAYS_INLINE uint32x4_t lanesOf(uint32_t w0, uint32_t w1, uint32_t w2, uint32_t w3) {
+    uint32x4_t v = vdupq_n_u32(w0);
+    v = vsetq_lane_u32(w1, v, 1);
+    v = vsetq_lane_u32(w2, v, 2);
+    return vsetq_lane_u32(w3, v, 3);
+}
+
+// The 32-bit words at base + offsets[k].
+OMBRIX_ALWAYS_INLINE uint32x4_t gather32(const uint8_t* base, const uint32_t* offsets) {
+    return lanesOf(load32(base + offsets[0]), load32(base + offsets[1]), load32(base + offsets[2]),
+                   load32(base + offsets[3]));
+}
+
 // ---- Perspective warp ---------------------------------------------------------------
 
 // Four destination pixels: positions, inside mask, fractions and source
@@ -114,11 +136,12 @@ OMBRIX_ALWAYS_INLINE PerspectiveLanes perspectiveLanes(const float* m, Projectio
 OMBRIX_ALWAYS_INLINE void perspectiveStep1(const uint8_t* src, uint32_t srcStride, const PerspectiveLanes& lanes,
                                            uint8_t* out) {
     const uint8_t* below = src + srcStride;
-    uint32_t offset[4], words[4];
+    uint32_t offset[4];
     vst1q_u32(offset, lanes.offset);
-    for (int k = 0; k < 4; ++k)
-        words[k] = load16(src + offset[k]) | static_cast<uint32_t>(load16(below + offset[k])) << 16;
-    const uint32x4_t w = vld1q_u32(words), byte = vdupq_n_u32(255);
+    const auto word = [&](int k) {
+        return load16(src + offset[k]) | static_cast<uint32_t>(load16(below + offset[k])) << 16;
+    };
+    const uint32x4_t w = lanesOf(word(0), word(1), word(2), word(3)), byte = vdupq_n_u32(255);
     const int32x4_t p00 = vreinterpretq_s32_u32(vandq_u32(w, byte));
     const int32x4_t p01 = vreinterpretq_s32_u32(vandq_u32(vshrq_n_u32(w, 8), byte));
     const int32x4_t p10 = vreinterpretq_s32_u32(vandq_u32(vshrq_n_u32(w, 16), byte));
@@ -126,7 +149,7 @@ OMBRIX_ALWAYS_INLINE void perspectiveStep1(const uint8_t* src, uint32_t srcStrid
     const float32x4_t top = mulAdd(vcvtq_f32_s32(p00), lanes.fx, vcvtq_f32_s32(vsubq_s32(p01, p00)));
     const float32x4_t bottom = mulAdd(vcvtq_f32_s32(p10), lanes.fx, vcvtq_f32_s32(vsubq_s32(p11, p10)));
     const float32x4_t blend = mulAdd(top, lanes.fy, vsubq_f32(bottom, top));
-    const uint16x4_t narrow = vmovn_u32(vandq_u32(vcvtq_u32_f32(blend), lanes.inside));
+    const uint16x4_t narrow = vmovn_u32(vandq_u32(vreinterpretq_u32_s32(vcvtq_s32_f32(blend)), lanes.inside));
     const uint8x8_t bytes = vmovn_u16(vcombine_u16(narrow, narrow));
     const uint32_t packed = vget_lane_u32(vreinterpret_u32_u8(bytes), 0);
     memcpy(out, &packed, 4);
@@ -140,15 +163,15 @@ OMBRIX_ALWAYS_INLINE void perspectivePixel3(const uint8_t* p0, uint32_t srcStrid
     const uint64_t row0 = load32(p0) | static_cast<uint64_t>(load16(p0 + 4)) << 32;
     const uint64_t row1 = load32(p1) | static_cast<uint64_t>(load16(p1 + 4)) << 32;
     const uint16x8_t w0 = vmovl_u8(vcreate_u8(row0)), w1 = vmovl_u8(vcreate_u8(row1));
-    const float32x4_t a0 = vcvtq_f32_u32(vmovl_u16(vget_low_u16(w0)));
-    const float32x4_t b0 = vcvtq_f32_u32(vmovl_u16(vget_low_u16(vextq_u16(w0, w0, 3))));
-    const float32x4_t a1 = vcvtq_f32_u32(vmovl_u16(vget_low_u16(w1)));
-    const float32x4_t b1 = vcvtq_f32_u32(vmovl_u16(vget_low_u16(vextq_u16(w1, w1, 3))));
+    const float32x4_t a0 = vcvtq_f32_s32(vreinterpretq_s32_u32(vmovl_u16(vget_low_u16(w0))));
+    const float32x4_t b0 = vcvtq_f32_s32(vreinterpretq_s32_u32(vmovl_u16(vget_low_u16(vextq_u16(w0, w0, 3)))));
+    const float32x4_t a1 = vcvtq_f32_s32(vreinterpretq_s32_u32(vmovl_u16(vget_low_u16(w1))));
+    const float32x4_t b1 = vcvtq_f32_s32(vreinterpretq_s32_u32(vmovl_u16(vget_low_u16(vextq_u16(w1, w1, 3)))));
     const float32x4_t vfx = vdupq_n_f32(fx);
     const float32x4_t top = mulAdd(a0, vfx, vsubq_f32(b0, a0));
     const float32x4_t bottom = mulAdd(a1, vfx, vsubq_f32(b1, a1));
     const float32x4_t blend = mulAdd(top, vdupq_n_f32(fy), vsubq_f32(bottom, top));
-    const uint16x4_t narrow = vmovn_u32(vcvtq_u32_f32(blend));
+    const uint16x4_t narrow = vmovn_u32(vreinterpretq_u32_s32(vcvtq_s32_f32(blend)));
     const uint32_t packed = vget_lane_u32(vreinterpret_u32_u8(vmovn_u16(vcombine_u16(narrow, narrow))), 0);
     memcpy(out, &packed, 2);
     out[2] = static_cast<uint8_t>(packed >> 16);
@@ -440,10 +463,9 @@ void obxRemapRGBA8888NNu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHe
             const uint32x4_t col = vreinterpretq_u32_s32(vcvtq_s32_f32(rx));
             const uint32x4_t row = vreinterpretq_u32_s32(vcvtq_s32_f32(ry));
             const uint32x4_t inside = vandq_u32(valid, vandq_u32(vcltq_u32(col, width), vcltq_u32(row, height)));
-            uint32_t offset[4], pixels[4];
+            uint32_t offset[4];
             vst1q_u32(offset, vandq_u32(mlaConst(vshlq_n_u32(col, 2), row, srcStride), inside));
-            for (int k = 0; k < 4; ++k) pixels[k] = load32(src + offset[k]);
-            vst1q_u8(out + size_t{x} * 4, vreinterpretq_u8_u32(vandq_u32(vld1q_u32(pixels), inside)));
+            vst1q_u8(out + size_t{x} * 4, vreinterpretq_u8_u32(vandq_u32(gather32(src, offset), inside)));
         }
         remapNearestRun(src, srcWidth, srcHeight, srcStride, mx, my, out, x, dstWidth);
     }
@@ -457,7 +479,7 @@ void obxRemapRGBA8888BLu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHe
     const float32x4_t zero = vdupq_n_f32(0.0f), one = vdupq_n_f32(1.0f), half = vdupq_n_f32(0.5f);
     const float32x4_t low = vdupq_n_f32(-2147483648.0f), high = vdupq_n_f32(2147483648.0f);
     const uint32x4_t width = vdupq_n_u32(srcWidth), height = vdupq_n_u32(srcHeight), unit = vdupq_n_u32(1);
-    const uint32x4_t byte = vdupq_n_u32(255);
+    const int32x4_t byte = vdupq_n_s32(255);
     for (uint32_t y = 0; y < dstHeight; ++y) {
         const float* mx = mapRow(mapX, mapStride, y);
         const float* my = mapRow(mapY, mapStride, y);
@@ -491,19 +513,16 @@ void obxRemapRGBA8888BLu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHe
             vst1q_u32(offset[1], vandq_u32(mlaConst(c1, y0, srcStride), use[1]));
             vst1q_u32(offset[2], vandq_u32(mlaConst(c0, y1, srcStride), use[2]));
             vst1q_u32(offset[3], vandq_u32(mlaConst(c1, y1, srcStride), use[3]));
-            uint32x4_t pixels[4];
-            for (int n = 0; n < 4; ++n) {
-                uint32_t words[4];
-                for (int k = 0; k < 4; ++k) words[k] = load32(src + offset[n][k]);
-                pixels[n] = vld1q_u32(words);
-            }
+            int32x4_t pixels[4];
+            for (int n = 0; n < 4; ++n) pixels[n] = vreinterpretq_s32_u32(gather32(src, offset[n]));
+            // Channel values and sums stay below 2^31: signed conversions.
             uint32x4_t channel[4];
             for (int ch = 0; ch < 4; ++ch) {
-                float32x4_t sum = vmulq_f32(weight[0], vcvtq_f32_u32(vandq_u32(pixels[0], byte)));
+                float32x4_t sum = vmulq_f32(weight[0], vcvtq_f32_s32(vandq_s32(pixels[0], byte)));
                 for (int n = 1; n < 4; ++n)
-                    sum = mulAdd(sum, weight[n], vcvtq_f32_u32(vandq_u32(pixels[n], byte)));
-                channel[ch] = vcvtq_u32_f32(vaddq_f32(sum, half));
-                for (int n = 0; n < 4; ++n) pixels[n] = vshrq_n_u32(pixels[n], 8);
+                    sum = mulAdd(sum, weight[n], vcvtq_f32_s32(vandq_s32(pixels[n], byte)));
+                channel[ch] = vreinterpretq_u32_s32(vcvtq_s32_f32(vaddq_f32(sum, half)));
+                for (int n = 0; n < 4; ++n) pixels[n] = vreinterpretq_s32_u32(vshrq_n_u32(vreinterpretq_u32_s32(pixels[n]), 8));
             }
             const uint32x4_t packed =
                 insertAboveByte(channel[0], insertAboveByte(channel[1], insertAboveByte(channel[2], channel[3])));
