@@ -66,6 +66,21 @@ OMBRIX_ALWAYS_INLINE uint32x4_t inRangeClosed(float32x4_t v, uint32x4_t limitBit
     return vorrq_u32(vcleq_u32(bits, limitBits), vceqq_u32(bits, vdupq_n_u32(0x80000000u)));
 }
 
+// Float comparisons are done on the bit patterns as integers throughout:
+// GCC does not trust NEON's float compares (they flush subnormals) and
+// splits them into scalar VFP compares, one lane at a time.
+
+// Lanes with |v| < 2^31, whose truncation fits int32; NaN excluded.
+OMBRIX_ALWAYS_INLINE uint32x4_t convertibleLanes(float32x4_t v) {
+    const uint32x4_t magnitude = vandq_u32(vreinterpretq_u32_f32(v), vdupq_n_u32(0x7fffffffu));
+    return vcltq_u32(magnitude, vdupq_n_u32(0x4f000000u));  // 2^31
+}
+
+// Lanes whose sign bit is set (negative values, -0, negative NaNs).
+OMBRIX_ALWAYS_INLINE uint32x4_t signLanes(float32x4_t v) {
+    return vreinterpretq_u32_s32(vshrq_n_s32(vreinterpretq_s32_f32(v), 31));
+}
+
 OMBRIX_ALWAYS_INLINE float32x4_t keepLanes(float32x4_t v, uint32x4_t mask) {
     return vreinterpretq_f32_u32(vandq_u32(vreinterpretq_u32_f32(v), mask));
 }
@@ -270,11 +285,23 @@ OMBRIX_ALWAYS_INLINE void laneOffsets(int32_t first, float32x4_t* i) {
 }
 
 // x clamped into [0, limit] (NaN to 0), in Q8, as clampedQ8.
-OMBRIX_ALWAYS_INLINE int32x4_t clampedQ8x4(float32x4_t x, float32x4_t limit) {
-    const float32x4_t zero = vdupq_n_f32(0.0f);
-    x = vbslq_f32(vcgtq_f32(x, zero), x, zero);
-    x = vbslq_f32(vcltq_f32(x, limit), x, limit);
-    return vcvtq_s32_f32(vmulq_f32(x, vdupq_n_f32(256.0f)));
+// On bit patterns: negative values (and negative NaNs) go to +0 by the
+// signed maximum, positive NaNs to +0 by the mask, and for what remains
+// (+0 .. +inf) the unsigned order of the patterns is the order of the values.
+OMBRIX_ALWAYS_INLINE int32x4_t clampedQ8x4(float32x4_t x, uint32x4_t limitBits) {
+    int32x4_t bits = vmaxq_s32(vreinterpretq_s32_f32(x), vdupq_n_s32(0));
+    bits = vandq_s32(bits, vreinterpretq_s32_u32(vcleq_s32(bits, vdupq_n_s32(0x7f800000))));
+    const uint32x4_t clamped = vminq_u32(vreinterpretq_u32_s32(bits), limitBits);
+    return vcvtq_s32_f32(vmulq_f32(vreinterpretq_f32_u32(clamped), vdupq_n_f32(256.0f)));
+}
+
+// Lanes where the truncation t of v exceeds v: v negative (not -0) and not
+// integral. For such v the truncation is either v itself or above it, so a
+// differing bit pattern means above.
+OMBRIX_ALWAYS_INLINE uint32x4_t truncationAbove(int32x4_t t, float32x4_t v) {
+    const uint32x4_t bits = vreinterpretq_u32_f32(v);
+    const uint32x4_t negative = vandq_u32(signLanes(v), vmvnq_u32(vceqq_u32(bits, vdupq_n_u32(0x80000000u))));
+    return vandq_u32(negative, vmvnq_u32(vceqq_u32(vreinterpretq_u32_f32(vcvtq_f32_s32(t)), bits)));
 }
 
 // Calls step(c) for c = 0, 8, ... while eight outputs fit, then once at
@@ -297,7 +324,6 @@ void transformAffineV(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
     const int32_t halfWidth = static_cast<int32_t>(patchWidth / 2);
     // Offsets into the image must fit the lanes' 32 bits.
     const bool lanesFit = uint64_t{srcStride} * srcHeight <= 0x7fffffffu;
-    const float32x4_t xLim = vdupq_n_f32(xLimit), yLim = vdupq_n_f32(yLimit);
     const uint32x4_t xLimBits = vdupq_n_u32(floatBits(xLimit)), yLimBits = vdupq_n_u32(floatBits(yLimit));
     const float32x4_t a0 = vdupq_n_f32(a[0]), a2 = vdupq_n_f32(a[2]);
     for (uint32_t r = 0; r < patchHeight; ++r) {
@@ -313,8 +339,8 @@ void transformAffineV(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
                 const float32x4_t x = vaddq_f32(rx, vmulq_f32(a0, i[h]));
                 const float32x4_t y = vaddq_f32(ry, vmulq_f32(a2, i[h]));
                 inside[h] = vandq_u32(inRangeClosed(x, xLimBits), inRangeClosed(y, yLimBits));
-                xq[h] = clampedQ8x4(x, xLim);
-                yq[h] = clampedQ8x4(y, yLim);
+                xq[h] = clampedQ8x4(x, xLimBits);
+                yq[h] = clampedQ8x4(y, yLimBits);
             }
             uint8x8_t values = sampleQ8x8(src, static_cast<int32_t>(srcStride), xq, yq);
             if (Clip) values = vand_u8(values, vmovn_u16(vcombine_u16(vmovn_u32(inside[0]), vmovn_u32(inside[1]))));
@@ -444,8 +470,7 @@ void obxRemapRGBA8888NNu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHe
     // An empty source has no pixel to fetch, and offsets must fit the lanes'
     // 32 bits; otherwise whole rows go the scalar way.
     const bool lanes = srcWidth && srcHeight && uint64_t{srcStride} * srcHeight <= 0xffffffffu;
-    const float32x4_t zero = vdupq_n_f32(0.0f), half = vdupq_n_f32(0.5f);
-    const float32x4_t low = vdupq_n_f32(-2147483648.0f), high = vdupq_n_f32(2147483648.0f);
+    const float32x4_t half = vdupq_n_f32(0.5f);
     const uint32x4_t width = vdupq_n_u32(srcWidth), height = vdupq_n_u32(srcHeight);
     for (uint32_t y = 0; y < dstHeight; ++y) {
         const float* mx = mapRow(mapX, mapStride, y);
@@ -454,10 +479,11 @@ void obxRemapRGBA8888NNu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHe
         uint32_t x = 0;
         for (; lanes && x + 4 <= dstWidth; x += 4) {
             const float32x4_t fx = vld1q_f32(mx + x), fy = vld1q_f32(my + x);
-            float32x4_t rx = vbslq_f32(vcgeq_f32(fx, zero), vaddq_f32(fx, half), vsubq_f32(fx, half));
-            float32x4_t ry = vbslq_f32(vcgeq_f32(fy, zero), vaddq_f32(fy, half), vsubq_f32(fy, half));
-            const uint32x4_t valid = vandq_u32(vandq_u32(vcgtq_f32(rx, low), vcltq_f32(rx, high)),
-                                               vandq_u32(vcgtq_f32(ry, low), vcltq_f32(ry, high)));
+            // Halves away from zero; -0 and negative NaNs take the - 0.5
+            // branch, which changes neither's outcome.
+            float32x4_t rx = vbslq_f32(signLanes(fx), vsubq_f32(fx, half), vaddq_f32(fx, half));
+            float32x4_t ry = vbslq_f32(signLanes(fy), vsubq_f32(fy, half), vaddq_f32(fy, half));
+            const uint32x4_t valid = vandq_u32(convertibleLanes(rx), convertibleLanes(ry));
             rx = keepLanes(rx, valid);
             ry = keepLanes(ry, valid);
             const uint32x4_t col = vreinterpretq_u32_s32(vcvtq_s32_f32(rx));
@@ -475,9 +501,11 @@ void obxRemapRGBA8888BLu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHe
                            uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride,
                            const float32_t* mapX, const float32_t* mapY, uint32_t mapStride) {
     OMBRIX_ASSERT((src != 0) && (srcStride >= srcWidth*4) && (dst != 0) && (dstStride >= dstWidth*4) && (mapX != 0) && (mapY != 0) && (mapStride >= (dstWidth*sizeof(float32_t))));
-    const bool lanes = srcWidth && srcHeight && uint64_t{srcStride} * srcHeight <= 0xffffffffu;
+    // Pairs of neighbours need two columns.
+    const bool lanes = srcWidth >= 2 && srcHeight && uint64_t{srcStride} * srcHeight <= 0xffffffffu;
+    const int32x4_t lastPair = vdupq_n_s32(static_cast<int32_t>(srcWidth) - 2);
+    const int32x4_t lastRow = vdupq_n_s32(static_cast<int32_t>(srcHeight) - 1);
     const float32x4_t zero = vdupq_n_f32(0.0f), one = vdupq_n_f32(1.0f), half = vdupq_n_f32(0.5f);
-    const float32x4_t low = vdupq_n_f32(-2147483648.0f), high = vdupq_n_f32(2147483648.0f);
     const uint32x4_t width = vdupq_n_u32(srcWidth), height = vdupq_n_u32(srcHeight), unit = vdupq_n_u32(1);
     const int32x4_t byte = vdupq_n_s32(255);
     for (uint32_t y = 0; y < dstHeight; ++y) {
@@ -487,14 +515,13 @@ void obxRemapRGBA8888BLu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHe
         uint32_t x = 0;
         for (; lanes && x + 4 <= dstWidth; x += 4) {
             float32x4_t fxIn = vld1q_f32(mx + x), fyIn = vld1q_f32(my + x);
-            const uint32x4_t valid = vandq_u32(vandq_u32(vcgtq_f32(fxIn, low), vcltq_f32(fxIn, high)),
-                                               vandq_u32(vcgtq_f32(fyIn, low), vcltq_f32(fyIn, high)));
+            const uint32x4_t valid = vandq_u32(convertibleLanes(fxIn), convertibleLanes(fyIn));
             fxIn = vbslq_f32(valid, fxIn, zero);
             fyIn = vbslq_f32(valid, fyIn, zero);
             // floor: truncate, then step down where the truncation exceeds the value
             int32x4_t tx = vcvtq_s32_f32(fxIn), ty = vcvtq_s32_f32(fyIn);
-            tx = vaddq_s32(tx, vreinterpretq_s32_u32(vcgtq_f32(vcvtq_f32_s32(tx), fxIn)));
-            ty = vaddq_s32(ty, vreinterpretq_s32_u32(vcgtq_f32(vcvtq_f32_s32(ty), fyIn)));
+            tx = vaddq_s32(tx, vreinterpretq_s32_u32(truncationAbove(tx, fxIn)));
+            ty = vaddq_s32(ty, vreinterpretq_s32_u32(truncationAbove(ty, fyIn)));
             const float32x4_t fx = vsubq_f32(fxIn, vcvtq_f32_s32(tx)), fy = vsubq_f32(fyIn, vcvtq_f32_s32(ty));
             const float32x4_t gx = vsubq_f32(one, fx), gy = vsubq_f32(one, fy);
             const uint32x4_t x0 = vreinterpretq_u32_s32(tx), y0 = vreinterpretq_u32_s32(ty);
@@ -507,14 +534,28 @@ void obxRemapRGBA8888BLu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHe
                                        vandq_u32(valid, vandq_u32(in[0], in[3])), vandq_u32(valid, vandq_u32(in[1], in[3]))};
             const float32x4_t weight[4] = {keepLanes(vmulq_f32(gx, gy), use[0]), keepLanes(vmulq_f32(fx, gy), use[1]),
                                            keepLanes(vmulq_f32(gx, fy), use[2]), keepLanes(vmulq_f32(fx, fy), use[3])};
-            const uint32x4_t c0 = vshlq_n_u32(x0, 2), c1 = vshlq_n_u32(x1, 2);
-            uint32_t offset[4][4];
-            vst1q_u32(offset[0], vandq_u32(mlaConst(c0, y0, srcStride), use[0]));
-            vst1q_u32(offset[1], vandq_u32(mlaConst(c1, y0, srcStride), use[1]));
-            vst1q_u32(offset[2], vandq_u32(mlaConst(c0, y1, srcStride), use[2]));
-            vst1q_u32(offset[3], vandq_u32(mlaConst(c1, y1, srcStride), use[3]));
+            // Each row's two neighbours come as one 8-byte pair starting at
+            // column cs = x0 clamped into [0, srcWidth - 2], rows clamped into
+            // the image; where cs != x0 (x0 = -1 or srcWidth - 1, or both
+            // neighbours outside) the pair holds them the other way round.
+            // Neighbours outside weigh 0, whatever is fetched for them.
+            const int32x4_t cs = vminq_s32(vmaxq_s32(tx, vdupq_n_s32(0)), lastPair);
+            const uint32x4_t swap = vmvnq_u32(vceqq_s32(cs, tx));
+            const uint32x4_t column = vreinterpretq_u32_s32(vshlq_n_s32(cs, 2));
+            const int32x4_t r0 = vminq_s32(vmaxq_s32(ty, vdupq_n_s32(0)), lastRow);
+            const int32x4_t r1 = vminq_s32(vmaxq_s32(vaddq_s32(ty, vdupq_n_s32(1)), vdupq_n_s32(0)), lastRow);
+            uint32_t offset[2][4];
+            vst1q_u32(offset[0], mlaConst(column, vreinterpretq_u32_s32(r0), srcStride));
+            vst1q_u32(offset[1], mlaConst(column, vreinterpretq_u32_s32(r1), srcStride));
             int32x4_t pixels[4];
-            for (int n = 0; n < 4; ++n) pixels[n] = vreinterpretq_s32_u32(gather32(src, offset[n]));
+            for (int row = 0; row < 2; ++row) {
+                const uint32_t* at = offset[row];
+                const uint32x4x2_t pairs = vuzpq_u32(
+                    vreinterpretq_u32_u8(vcombine_u8(vld1_u8(src + at[0]), vld1_u8(src + at[1]))),
+                    vreinterpretq_u32_u8(vcombine_u8(vld1_u8(src + at[2]), vld1_u8(src + at[3]))));
+                pixels[2 * row] = vreinterpretq_s32_u32(vbslq_u32(swap, pairs.val[1], pairs.val[0]));
+                pixels[2 * row + 1] = vreinterpretq_s32_u32(vbslq_u32(swap, pairs.val[0], pairs.val[1]));
+            }
             // Channel values and sums stay below 2^31: signed conversions.
             uint32x4_t channel[4];
             for (int ch = 0; ch < 4; ++ch) {
