@@ -13,11 +13,13 @@
 // float bit patterns as integers, which nothing flushes.
 #include <string.h>
 
-// Every conversion below is of a value known to be in range (positions are
-// masked or clamped first), so hosts may skip the out-of-range handling that
-// their translation of the NEON conversions otherwise adds.
+// Every conversion below is of a value known to be in range and not NaN
+// (positions are masked or clamped first), and no float minimum or maximum
+// is taken, so hosts may skip the out-of-range and NaN handling that their
+// translation of the NEON operations otherwise adds.
 #if !defined(__ARM_NEON) && !defined(__ARM_NEON__)
 #define SIMDE_FAST_CONVERSION_RANGE
+#define SIMDE_FAST_NANS
 #endif
 
 #include "ombrixAssert.h"
@@ -526,14 +528,14 @@ void obxRemapRGBA8888BLu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHe
             const float32x4_t gx = vsubq_f32(one, fx), gy = vsubq_f32(one, fy);
             const uint32x4_t x0 = vreinterpretq_u32_s32(tx), y0 = vreinterpretq_u32_s32(ty);
             const uint32x4_t x1 = vaddq_u32(x0, unit), y1 = vaddq_u32(y0, unit);
-            const uint32x4_t in[4] = {vcltq_u32(x0, width), vcltq_u32(x1, width), vcltq_u32(y0, height),
-                                      vcltq_u32(y1, height)};
-            // Neighbours outside (or of an invalid position) weigh 0 and are
-            // fetched from offset 0 instead.
-            const uint32x4_t use[4] = {vandq_u32(valid, vandq_u32(in[0], in[2])), vandq_u32(valid, vandq_u32(in[1], in[2])),
-                                       vandq_u32(valid, vandq_u32(in[0], in[3])), vandq_u32(valid, vandq_u32(in[1], in[3]))};
-            const float32x4_t weight[4] = {keepLanes(vmulq_f32(gx, gy), use[0]), keepLanes(vmulq_f32(fx, gy), use[1]),
-                                           keepLanes(vmulq_f32(gx, fy), use[2]), keepLanes(vmulq_f32(fx, fy), use[3])};
+            // A neighbour outside the image (or of an invalid position)
+            // weighs 0: its column's or row's factor is cleared, and the
+            // product with the other, finite factor is +0.
+            const uint32x4_t columnsIn = vandq_u32(valid, vcltq_u32(x0, width));
+            const float32x4_t gxIn = keepLanes(gx, columnsIn), fxIn1 = keepLanes(fx, vandq_u32(valid, vcltq_u32(x1, width)));
+            const float32x4_t gyIn = keepLanes(gy, vcltq_u32(y0, height)), fyIn1 = keepLanes(fy, vcltq_u32(y1, height));
+            const float32x4_t weight[4] = {vmulq_f32(gxIn, gyIn), vmulq_f32(fxIn1, gyIn), vmulq_f32(gxIn, fyIn1),
+                                           vmulq_f32(fxIn1, fyIn1)};
             // Each row's two neighbours come as one 8-byte pair starting at
             // column cs = x0 clamped into [0, srcWidth - 2], rows clamped into
             // the image; where cs != x0 (x0 = -1 or srcWidth - 1, or both
@@ -559,9 +561,10 @@ void obxRemapRGBA8888BLu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHe
             // Channel values and sums stay below 2^31: signed conversions.
             uint32x4_t channel[4];
             for (int ch = 0; ch < 4; ++ch) {
-                float32x4_t sum = vmulq_f32(weight[0], vcvtq_f32_s32(vandq_s32(pixels[0], byte)));
-                for (int n = 1; n < 4; ++n)
-                    sum = mulAdd(sum, weight[n], vcvtq_f32_s32(vandq_s32(pixels[n], byte)));
+                // The channel in the low byte (the last one alone after the shifts).
+                const auto value = [&](int n) { return vcvtq_f32_s32(ch == 3 ? pixels[n] : vandq_s32(pixels[n], byte)); };
+                float32x4_t sum = vmulq_f32(weight[0], value(0));
+                for (int n = 1; n < 4; ++n) sum = mulAdd(sum, weight[n], value(n));
                 channel[ch] = vreinterpretq_u32_s32(vcvtq_s32_f32(vaddq_f32(sum, half)));
                 for (int n = 0; n < 4; ++n) pixels[n] = vreinterpretq_s32_u32(vshrq_n_u32(vreinterpretq_u32_s32(pixels[n]), 8));
             }
