@@ -202,24 +202,26 @@ void warpPerspectiveV(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
         return;
     }
     const float uLimit = static_cast<float>(srcWidth - 1), vLimit = static_cast<float>(srcHeight - 1);
+    // Source offsets must fit the lanes' 32 bits.
+    const bool lanes = uint64_t{srcStride} * srcHeight <= 0xffffffffu;
     const uint32x4_t uLimitBits = vdupq_n_u32(floatBits(uLimit)), vLimitBits = vdupq_n_u32(floatBits(vLimit));
     Projection row = {m[2], m[5], m[8]};
     for (uint32_t y = 0; y < dstHeight; ++y) {
         Projection p = row;
         uint8_t* out = rowAt(dst, dstStride, y);
         uint32_t x = 0;
-        for (; x + 4 <= dstWidth; x += 4) {
-            const PerspectiveLanes lanes = perspectiveLanes<Channels>(m, p, uLimitBits, vLimitBits, srcStride);
+        for (; lanes && x + 4 <= dstWidth; x += 4) {
+            const PerspectiveLanes step = perspectiveLanes<Channels>(m, p, uLimitBits, vLimitBits, srcStride);
             if (Channels == 1) {
-                perspectiveStep1(src, srcStride, lanes, out + x);
+                perspectiveStep1(src, srcStride, step, out + x);
                 continue;
             }
             uint32_t inside[4], offset[4];
             float fx[4], fy[4];
-            vst1q_u32(inside, lanes.inside);
-            vst1q_u32(offset, lanes.offset);
-            vst1q_f32(fx, lanes.fx);
-            vst1q_f32(fy, lanes.fy);
+            vst1q_u32(inside, step.inside);
+            vst1q_u32(offset, step.offset);
+            vst1q_f32(fx, step.fx);
+            vst1q_f32(fy, step.fy);
             for (int k = 0; k < 4; ++k) {
                 uint8_t* o = out + size_t{x + k} * 3;
                 if (inside[k])
@@ -439,6 +441,11 @@ void obxTransformAffineClippedu8V(const uint8_t* nImage, uint32_t srcWidth, uint
 void obxCopyRotated17x17u8V(const uint8_t* region, uint32_t regionStride, float32_t orientation, uint8_t* patch) {
     OMBRIX_ASSERT(region && patch);
     const float c = cosf(orientation), s = sinf(orientation);
+    if (regionStride > 0x7fffffffu / 16) {  // offsets of 12 rows beyond the lanes' 32 bits
+        for (int32_t r = 0; r < 17; ++r)
+            rotatedRun(region, static_cast<ptrdiff_t>(regionStride), c, s, r, patch + 17 * r, 0, 17);
+        return;
+    }
     const float32x4_t vc = vdupq_n_f32(c), vs = vdupq_n_f32(s), bias = vdupq_n_f32(16.0f),
                       scale = vdupq_n_f32(256.0f);
     const int32x4_t unbias = vdupq_n_s32(4096);
