@@ -517,67 +517,89 @@ void obxRemapRGBA8888BLu8V(const uint8_t* src, uint32_t srcWidth, uint32_t srcHe
     const float32x4_t zero = vdupq_n_f32(0.0f), one = vdupq_n_f32(1.0f), half = vdupq_n_f32(0.5f);
     const uint32x4_t width = vdupq_n_u32(srcWidth), height = vdupq_n_u32(srcHeight), unit = vdupq_n_u32(1);
     const int32x4_t byte = vdupq_n_s32(255);
+    // Runs of up to kQuads groups of four pixels go in two passes: positions
+    // to weights and offsets first, then fetches and blends. Short passes
+    // keep more independent groups in flight than one long chain per group.
+    constexpr uint32_t kQuads = 16;
+    float weights[kQuads][4][4];
+    uint32_t offsets[kQuads][2][4];
     for (uint32_t y = 0; y < dstHeight; ++y) {
         const float* mx = mapRow(mapX, mapStride, y);
         const float* my = mapRow(mapY, mapStride, y);
         uint8_t* out = rowAt(dst, dstStride, y);
         uint32_t x = 0;
-        for (; lanes && x + 4 <= dstWidth; x += 4) {
-            float32x4_t fxIn = vld1q_f32(mx + x), fyIn = vld1q_f32(my + x);
-            const uint32x4_t valid = vandq_u32(convertibleLanes(fxIn), convertibleLanes(fyIn));
-            fxIn = vbslq_f32(valid, fxIn, zero);
-            fyIn = vbslq_f32(valid, fyIn, zero);
-            // floor: truncate, then step down where the truncation exceeds the value
-            int32x4_t tx = vcvtq_s32_f32(fxIn), ty = vcvtq_s32_f32(fyIn);
-            tx = vaddq_s32(tx, vreinterpretq_s32_u32(truncationAbove(tx, fxIn)));
-            ty = vaddq_s32(ty, vreinterpretq_s32_u32(truncationAbove(ty, fyIn)));
-            const float32x4_t fx = vsubq_f32(fxIn, vcvtq_f32_s32(tx)), fy = vsubq_f32(fyIn, vcvtq_f32_s32(ty));
-            const float32x4_t gx = vsubq_f32(one, fx), gy = vsubq_f32(one, fy);
-            const uint32x4_t x0 = vreinterpretq_u32_s32(tx), y0 = vreinterpretq_u32_s32(ty);
-            const uint32x4_t x1 = vaddq_u32(x0, unit), y1 = vaddq_u32(y0, unit);
-            // A neighbour outside the image (or of an invalid position)
-            // weighs 0: its column's or row's factor is cleared, and the
-            // product with the other, finite factor is +0.
-            const uint32x4_t columnsIn = vandq_u32(valid, vcltq_u32(x0, width));
-            const float32x4_t gxIn = keepLanes(gx, columnsIn), fxIn1 = keepLanes(fx, vandq_u32(valid, vcltq_u32(x1, width)));
-            const float32x4_t gyIn = keepLanes(gy, vcltq_u32(y0, height)), fyIn1 = keepLanes(fy, vcltq_u32(y1, height));
-            const float32x4_t weight[4] = {vmulq_f32(gxIn, gyIn), vmulq_f32(fxIn1, gyIn), vmulq_f32(gxIn, fyIn1),
-                                           vmulq_f32(fxIn1, fyIn1)};
-            // Each row's two neighbours come as one 8-byte pair starting at
-            // column cs = x0 clamped into [0, srcWidth - 2], rows clamped into
-            // the image; where cs != x0 (x0 = -1 or srcWidth - 1, or both
-            // neighbours outside) the pair holds them the other way round.
-            // Neighbours outside weigh 0, whatever is fetched for them.
-            const int32x4_t cs = vminq_s32(vmaxq_s32(tx, vdupq_n_s32(0)), lastPair);
-            const uint32x4_t swap = vmvnq_u32(vceqq_s32(cs, tx));
-            const uint32x4_t column = vreinterpretq_u32_s32(vshlq_n_s32(cs, 2));
-            const int32x4_t r0 = vminq_s32(vmaxq_s32(ty, vdupq_n_s32(0)), lastRow);
-            const int32x4_t r1 = vminq_s32(vmaxq_s32(vaddq_s32(ty, vdupq_n_s32(1)), vdupq_n_s32(0)), lastRow);
-            uint32_t offset[2][4];
-            vst1q_u32(offset[0], mlaConst(column, vreinterpretq_u32_s32(r0), srcStride));
-            vst1q_u32(offset[1], mlaConst(column, vreinterpretq_u32_s32(r1), srcStride));
-            int32x4_t pixels[4];
-            for (int row = 0; row < 2; ++row) {
-                const uint32_t* at = offset[row];
-                const uint32x4x2_t pairs = vuzpq_u32(
-                    vreinterpretq_u32_u8(vcombine_u8(vld1_u8(src + at[0]), vld1_u8(src + at[1]))),
-                    vreinterpretq_u32_u8(vcombine_u8(vld1_u8(src + at[2]), vld1_u8(src + at[3]))));
-                pixels[2 * row] = vreinterpretq_s32_u32(vbslq_u32(swap, pairs.val[1], pairs.val[0]));
-                pixels[2 * row + 1] = vreinterpretq_s32_u32(vbslq_u32(swap, pairs.val[0], pairs.val[1]));
+        while (lanes && x + 4 <= dstWidth) {
+            const uint32_t quads = (dstWidth - x) / 4 < kQuads ? (dstWidth - x) / 4 : kQuads;
+            for (uint32_t q = 0; q < quads; ++q) {
+                const uint32_t at = x + 4 * q;
+                float32x4_t fxIn = vld1q_f32(mx + at), fyIn = vld1q_f32(my + at);
+                const uint32x4_t valid = vandq_u32(convertibleLanes(fxIn), convertibleLanes(fyIn));
+                fxIn = vbslq_f32(valid, fxIn, zero);
+                fyIn = vbslq_f32(valid, fyIn, zero);
+                // floor: truncate, then step down where the truncation exceeds the value
+                int32x4_t tx = vcvtq_s32_f32(fxIn), ty = vcvtq_s32_f32(fyIn);
+                tx = vaddq_s32(tx, vreinterpretq_s32_u32(truncationAbove(tx, fxIn)));
+                ty = vaddq_s32(ty, vreinterpretq_s32_u32(truncationAbove(ty, fyIn)));
+                const float32x4_t fx = vsubq_f32(fxIn, vcvtq_f32_s32(tx)), fy = vsubq_f32(fyIn, vcvtq_f32_s32(ty));
+                const float32x4_t gx = vsubq_f32(one, fx), gy = vsubq_f32(one, fy);
+                const uint32x4_t x0 = vreinterpretq_u32_s32(tx), y0 = vreinterpretq_u32_s32(ty);
+                const uint32x4_t x1 = vaddq_u32(x0, unit), y1 = vaddq_u32(y0, unit);
+                // A neighbour outside the image (or of an invalid position)
+                // weighs 0: its column's or row's factor is cleared, and the
+                // product with the other, finite factor is +0.
+                const float32x4_t gxIn = keepLanes(gx, vandq_u32(valid, vcltq_u32(x0, width)));
+                const float32x4_t fxIn1 = keepLanes(fx, vandq_u32(valid, vcltq_u32(x1, width)));
+                const float32x4_t gyIn = keepLanes(gy, vcltq_u32(y0, height)), fyIn1 = keepLanes(fy, vcltq_u32(y1, height));
+                // Each row's two neighbours come as one 8-byte pair starting at
+                // column cs = x0 clamped into [0, srcWidth - 2], rows clamped
+                // into the image. Where cs != x0 (x0 = -1 or srcWidth - 1, or
+                // both neighbours outside) at most one of the two has weight,
+                // and the pair holds it the other way round: the weights are
+                // swapped instead. With one term +0 the order of the two
+                // additions does not change the sum.
+                const int32x4_t cs = vminq_s32(vmaxq_s32(tx, vdupq_n_s32(0)), lastPair);
+                const uint32x4_t swap = vmvnq_u32(vceqq_s32(cs, tx));
+                const float32x4_t left = vbslq_f32(swap, fxIn1, gxIn), right = vbslq_f32(swap, gxIn, fxIn1);
+                vst1q_f32(weights[q][0], vmulq_f32(left, gyIn));
+                vst1q_f32(weights[q][1], vmulq_f32(right, gyIn));
+                vst1q_f32(weights[q][2], vmulq_f32(left, fyIn1));
+                vst1q_f32(weights[q][3], vmulq_f32(right, fyIn1));
+                const uint32x4_t column = vreinterpretq_u32_s32(vshlq_n_s32(cs, 2));
+                const int32x4_t r0 = vminq_s32(vmaxq_s32(ty, vdupq_n_s32(0)), lastRow);
+                const int32x4_t r1 = vminq_s32(vmaxq_s32(vaddq_s32(ty, vdupq_n_s32(1)), vdupq_n_s32(0)), lastRow);
+                vst1q_u32(offsets[q][0], mlaConst(column, vreinterpretq_u32_s32(r0), srcStride));
+                vst1q_u32(offsets[q][1], mlaConst(column, vreinterpretq_u32_s32(r1), srcStride));
             }
-            // Channel values and sums stay below 2^31: signed conversions.
-            uint32x4_t channel[4];
-            for (int ch = 0; ch < 4; ++ch) {
-                // The channel in the low byte (the last one alone after the shifts).
-                const auto value = [&](int n) { return vcvtq_f32_s32(ch == 3 ? pixels[n] : vandq_s32(pixels[n], byte)); };
-                float32x4_t sum = vmulq_f32(weight[0], value(0));
-                for (int n = 1; n < 4; ++n) sum = mulAdd(sum, weight[n], value(n));
-                channel[ch] = vreinterpretq_u32_s32(vcvtq_s32_f32(vaddq_f32(sum, half)));
-                for (int n = 0; n < 4; ++n) pixels[n] = vreinterpretq_s32_u32(vshrq_n_u32(vreinterpretq_u32_s32(pixels[n]), 8));
+            for (uint32_t q = 0; q < quads; ++q) {
+                int32x4_t pixels[4];
+                for (int row = 0; row < 2; ++row) {
+                    const uint32_t* at = offsets[q][row];
+                    const uint32x4x2_t pairs = vuzpq_u32(
+                        vreinterpretq_u32_u8(vcombine_u8(vld1_u8(src + at[0]), vld1_u8(src + at[1]))),
+                        vreinterpretq_u32_u8(vcombine_u8(vld1_u8(src + at[2]), vld1_u8(src + at[3]))));
+                    pixels[2 * row] = vreinterpretq_s32_u32(pairs.val[0]);
+                    pixels[2 * row + 1] = vreinterpretq_s32_u32(pairs.val[1]);
+                }
+                const float32x4_t weight[4] = {vld1q_f32(weights[q][0]), vld1q_f32(weights[q][1]),
+                                               vld1q_f32(weights[q][2]), vld1q_f32(weights[q][3])};
+                // Channel values and sums stay below 2^31: signed conversions.
+                uint32x4_t channel[4];
+                for (int ch = 0; ch < 4; ++ch) {
+                    // The channel in the low byte (the last one alone after the shifts).
+                    const auto value = [&](int n) {
+                        return vcvtq_f32_s32(ch == 3 ? pixels[n] : vandq_s32(pixels[n], byte));
+                    };
+                    float32x4_t sum = vmulq_f32(weight[0], value(0));
+                    for (int n = 1; n < 4; ++n) sum = mulAdd(sum, weight[n], value(n));
+                    channel[ch] = vreinterpretq_u32_s32(vcvtq_s32_f32(vaddq_f32(sum, half)));
+                    for (int n = 0; n < 4; ++n)
+                        pixels[n] = vreinterpretq_s32_u32(vshrq_n_u32(vreinterpretq_u32_s32(pixels[n]), 8));
+                }
+                const uint32x4_t packed =
+                    insertAboveByte(channel[0], insertAboveByte(channel[1], insertAboveByte(channel[2], channel[3])));
+                vst1q_u8(out + size_t{x + 4 * q} * 4, vreinterpretq_u8_u32(packed));
             }
-            const uint32x4_t packed =
-                insertAboveByte(channel[0], insertAboveByte(channel[1], insertAboveByte(channel[2], channel[3])));
-            vst1q_u8(out + size_t{x} * 4, vreinterpretq_u8_u32(packed));
+            x += 4 * quads;
         }
         remapBilinearRun(src, srcWidth, srcHeight, srcStride, mx, my, out, x, dstWidth);
     }
