@@ -172,26 +172,48 @@ OMBRIX_ALWAYS_INLINE void perspectiveStep1(const uint8_t* src, uint32_t srcStrid
     memcpy(out, &packed, 4);
 }
 
-// One three-channel pixel, the channels in lanes: the six bytes of each
-// source row, (c0 c1 c2) of ix and of ix + 1, widened and blended.
-OMBRIX_ALWAYS_INLINE void perspectivePixel3(const uint8_t* p0, uint32_t srcStride, float fx, float fy,
-                                            uint8_t* out) {
-    const uint8_t* p1 = p0 + srcStride;
-    const uint64_t row0 = load32(p0) | static_cast<uint64_t>(load16(p0 + 4)) << 32;
-    const uint64_t row1 = load32(p1) | static_cast<uint64_t>(load16(p1 + 4)) << 32;
-    const uint16x8_t w0 = vmovl_u8(vcreate_u8(row0)), w1 = vmovl_u8(vcreate_u8(row1));
-    const float32x4_t a0 = vcvtq_f32_s32(vreinterpretq_s32_u32(vmovl_u16(vget_low_u16(w0))));
-    const float32x4_t b0 = vcvtq_f32_s32(vreinterpretq_s32_u32(vmovl_u16(vget_low_u16(vextq_u16(w0, w0, 3)))));
-    const float32x4_t a1 = vcvtq_f32_s32(vreinterpretq_s32_u32(vmovl_u16(vget_low_u16(w1))));
-    const float32x4_t b1 = vcvtq_f32_s32(vreinterpretq_s32_u32(vmovl_u16(vget_low_u16(vextq_u16(w1, w1, 3)))));
-    const float32x4_t vfx = vdupq_n_f32(fx);
-    const float32x4_t top = mulAdd(a0, vfx, vsubq_f32(b0, a0));
-    const float32x4_t bottom = mulAdd(a1, vfx, vsubq_f32(b1, a1));
-    const float32x4_t blend = mulAdd(top, vdupq_n_f32(fy), vsubq_f32(bottom, top));
-    const uint16x4_t narrow = vmovn_u32(vreinterpretq_u32_s32(vcvtq_s32_f32(blend)));
-    const uint32_t packed = vget_lane_u32(vreinterpret_u32_u8(vmovn_u16(vcombine_u16(narrow, narrow))), 0);
-    memcpy(out, &packed, 2);
-    out[2] = static_cast<uint8_t>(packed >> 16);
+// Byte Shift / 8 of every lane.
+template <int Shift>
+OMBRIX_ALWAYS_INLINE int32x4_t byteAt(uint32x4_t words) {
+    const uint32x4_t moved = Shift ? vshrq_n_u32(words, Shift ? Shift : 1) : words;
+    return vreinterpretq_s32_u32(Shift == 24 ? moved : vandq_u32(moved, vdupq_n_u32(255)));
+}
+
+// Channel C of four three-channel pixels: p00 is byte C of the words at
+// the pixel (a), p01 byte C + 1 of the words two bytes on (b).
+template <int C>
+OMBRIX_ALWAYS_INLINE uint32x4_t perspectiveChannel3(uint32x4_t a0, uint32x4_t b0, uint32x4_t a1, uint32x4_t b1,
+                                                     const PerspectiveLanes& lanes) {
+    const int32x4_t p00 = byteAt<8 * C>(a0), p01 = byteAt<8 * C + 8>(b0);
+    const int32x4_t p10 = byteAt<8 * C>(a1), p11 = byteAt<8 * C + 8>(b1);
+    const float32x4_t top = mulAdd(vcvtq_f32_s32(p00), lanes.fx, vcvtq_f32_s32(vsubq_s32(p01, p00)));
+    const float32x4_t bottom = mulAdd(vcvtq_f32_s32(p10), lanes.fx, vcvtq_f32_s32(vsubq_s32(p11, p10)));
+    const float32x4_t blend = mulAdd(top, lanes.fy, vsubq_f32(bottom, top));
+    return vandq_u32(vreinterpretq_u32_s32(vcvtq_s32_f32(blend)), lanes.inside);
+}
+
+// Four three-channel pixels. Per lane and source row two overlapping words
+// cover the six bytes (c0 c1 c2 of ix, c0 c1 c2 of ix + 1): bytes 0..3 and
+// bytes 2..5, both inside the row as ix <= srcWidth - 2.
+OMBRIX_ALWAYS_INLINE void perspectiveStep3(const uint8_t* src, uint32_t srcStride, const PerspectiveLanes& lanes,
+                                           uint8_t* out) {
+    const uint8_t* below = src + srcStride;
+    uint32_t offset[4];
+    vst1q_u32(offset, lanes.offset);
+    const uint32x4_t a0 = gather32(src, offset), b0 = gather32(src + 2, offset);
+    const uint32x4_t a1 = gather32(below, offset), b1 = gather32(below + 2, offset);
+    const uint16x4_t c0 = vmovn_u32(perspectiveChannel3<0>(a0, b0, a1, b1, lanes));
+    const uint16x4_t c1 = vmovn_u32(perspectiveChannel3<1>(a0, b0, a1, b1, lanes));
+    const uint16x4_t c2 = vmovn_u32(perspectiveChannel3<2>(a0, b0, a1, b1, lanes));
+    const uint8x8_t c01 = vmovn_u16(vcombine_u16(c0, c1));
+    uint8x8x3_t rgb;
+    rgb.val[0] = c01;
+    rgb.val[1] = vext_u8(c01, c01, 4);
+    rgb.val[2] = vmovn_u16(vcombine_u16(c2, c2));
+    vst3_lane_u8(out, rgb, 0);
+    vst3_lane_u8(out + 3, rgb, 1);
+    vst3_lane_u8(out + 6, rgb, 2);
+    vst3_lane_u8(out + 9, rgb, 3);
 }
 
 template <int Channels>
@@ -212,23 +234,10 @@ void warpPerspectiveV(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
         uint32_t x = 0;
         for (; lanes && x + 4 <= dstWidth; x += 4) {
             const PerspectiveLanes step = perspectiveLanes<Channels>(m, p, uLimitBits, vLimitBits, srcStride);
-            if (Channels == 1) {
+            if (Channels == 1)
                 perspectiveStep1(src, srcStride, step, out + x);
-                continue;
-            }
-            uint32_t inside[4], offset[4];
-            float fx[4], fy[4];
-            vst1q_u32(inside, step.inside);
-            vst1q_u32(offset, step.offset);
-            vst1q_f32(fx, step.fx);
-            vst1q_f32(fy, step.fy);
-            for (int k = 0; k < 4; ++k) {
-                uint8_t* o = out + size_t{x + k} * 3;
-                if (inside[k])
-                    perspectivePixel3(src + offset[k], srcStride, fx[k], fy[k], o);
-                else
-                    o[0] = o[1] = o[2] = 0;
-            }
+            else
+                perspectiveStep3(src, srcStride, step, out + size_t{x} * 3);
         }
         perspectiveRun<Channels>(src, srcStride, uLimit, vLimit, m, p, out, x, dstWidth);
         row.X += m[1];
