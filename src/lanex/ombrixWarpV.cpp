@@ -255,8 +255,12 @@ OMBRIX_ALWAYS_INLINE int16x8_t scaleQ8(int16x8_t d, int16x8_t f) {
 }
 
 // Eight positions in Q8, xq and yq in two halves each, relative to `origin`:
-// fetches the 2x2 neighbourhoods (a neighbour of weight 0 is replaced by the
-// pixel itself, as bilinearQ8 does) and blends them like bilinearQ8.
+// fetches the 2x2 neighbourhoods and blends them like bilinearQ8. With
+// Whole every neighbourhood lies in the image and is read whole; otherwise
+// a neighbour of weight 0 is replaced by the pixel itself, as bilinearQ8
+// does, so that nothing beyond the last column or row is read. Each lane's
+// neighbourhood is one word p00 | p01 << 8 | p10 << 16 | p11 << 24.
+template <bool Whole>
 OMBRIX_ALWAYS_INLINE uint8x8_t sampleQ8x8(const uint8_t* origin, int32_t stride, const int32x4_t* xq,
                                           const int32x4_t* yq) {
     const int32x4_t frac = vdupq_n_s32(255);
@@ -266,22 +270,27 @@ OMBRIX_ALWAYS_INLINE uint8x8_t sampleQ8x8(const uint8_t* origin, int32_t stride,
         fx[h] = vandq_s32(xq[h], frac);
         fy[h] = vandq_s32(yq[h], frac);
         vst1q_s32(offset + 4 * h, vmlaq_s32(vshrq_n_s32(xq[h], 8), vshrq_n_s32(yq[h], 8), vdupq_n_s32(stride)));
-        vst1q_s32(right + 4 * h, vminq_s32(fx[h], vdupq_n_s32(1)));
-        vst1q_s32(down + 4 * h, vandq_s32(vreinterpretq_s32_u32(vtstq_s32(fy[h], fy[h])), vdupq_n_s32(stride)));
+        if (!Whole) {
+            vst1q_s32(right + 4 * h, vminq_s32(fx[h], vdupq_n_s32(1)));
+            vst1q_s32(down + 4 * h, vandq_s32(vreinterpretq_s32_u32(vtstq_s32(fy[h], fy[h])), vdupq_n_s32(stride)));
+        }
     }
-    uint8_t quads[32];
-    for (int k = 0; k < 8; ++k) {
+    const auto word = [&](int k) -> uint32_t {
         const uint8_t* p = origin + offset[k];
+        if (Whole) return load16(p) | static_cast<uint32_t>(load16(p + stride)) << 16;
         const uint8_t* q = p + down[k];
-        quads[k] = p[0];
-        quads[8 + k] = p[right[k]];
-        quads[16 + k] = q[0];
-        quads[24 + k] = q[right[k]];
-    }
+        return p[0] | static_cast<uint32_t>(p[right[k]]) << 8 | static_cast<uint32_t>(q[0]) << 16 |
+               static_cast<uint32_t>(q[right[k]]) << 24;
+    };
+    const uint8x16_t w0 = vreinterpretq_u8_u32(lanesOf(word(0), word(1), word(2), word(3)));
+    const uint8x16_t w1 = vreinterpretq_u8_u32(lanesOf(word(4), word(5), word(6), word(7)));
+    const uint8x16x2_t pairs = vuzpq_u8(w0, w1);                 // (p00 p10 ...), (p01 p11 ...)
+    const uint8x16x2_t left = vuzpq_u8(pairs.val[0], pairs.val[0]);   // p00 x 8, p10 x 8
+    const uint8x16x2_t right2 = vuzpq_u8(pairs.val[1], pairs.val[1]);  // p01 x 8, p11 x 8
+    const uint8x8_t p00 = vget_low_u8(left.val[0]), p10 = vget_low_u8(left.val[1]);
+    const uint8x8_t p01 = vget_low_u8(right2.val[0]), p11 = vget_low_u8(right2.val[1]);
     const int16x8_t fx16 = vcombine_s16(vmovn_s32(fx[0]), vmovn_s32(fx[1]));
     const int16x8_t fy16 = vcombine_s16(vmovn_s32(fy[0]), vmovn_s32(fy[1]));
-    const uint8x8_t p00 = vld1_u8(quads), p01 = vld1_u8(quads + 8), p10 = vld1_u8(quads + 16),
-                    p11 = vld1_u8(quads + 24);
     const int16x8_t top = vaddq_s16(vreinterpretq_s16_u16(vmovl_u8(p00)),
                                     scaleQ8(vreinterpretq_s16_u16(vsubl_u8(p01, p00)), fx16));
     const int16x8_t bottom = vaddq_s16(vreinterpretq_s16_u16(vmovl_u8(p10)),
@@ -355,7 +364,7 @@ void transformAffineV(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
                 xq[h] = clampedQ8x4(x, xLimBits);
                 yq[h] = clampedQ8x4(y, yLimBits);
             }
-            uint8x8_t values = sampleQ8x8(src, static_cast<int32_t>(srcStride), xq, yq);
+            uint8x8_t values = sampleQ8x8<false>(src, static_cast<int32_t>(srcStride), xq, yq);
             if (Clip) values = vand_u8(values, vmovn_u16(vcombine_u16(vmovn_u32(inside[0]), vmovn_u32(inside[1]))));
             vst1_u8(out + c, values);
         };
@@ -425,7 +434,7 @@ int32_t obxTransformAffine8x8u8V(const uint8_t* src, uint32_t srcWidth, uint32_t
             x[h] = vreinterpretq_s32_u32(vaddq_u32(vreinterpretq_u32_s32(x[h]), vreinterpretq_u32_s32(stepX)));
             y[h] = vreinterpretq_s32_u32(vaddq_u32(vreinterpretq_u32_s32(y[h]), vreinterpretq_u32_s32(stepY)));
         }
-        vst1_u8(rowAt(patch, patchStride, r), sampleQ8x8(src, static_cast<int32_t>(srcStride), xq, yq));
+        vst1_u8(rowAt(patch, patchStride, r), sampleQ8x8<false>(src, static_cast<int32_t>(srcStride), xq, yq));
     }
     return 0;
 }
@@ -473,7 +482,7 @@ void obxCopyRotated17x17u8V(const uint8_t* region, uint32_t regionStride, float3
                 xq[h] = vsubq_s32(vcvtq_s32_f32(vmulq_f32(vaddq_f32(x, bias), scale)), unbias);
                 yq[h] = vsubq_s32(vcvtq_s32_f32(vmulq_f32(vaddq_f32(y, bias), scale)), unbias);
             }
-            vst1_u8(out + 9 * part, sampleQ8x8(region, static_cast<int32_t>(regionStride), xq, yq));
+            vst1_u8(out + 9 * part, sampleQ8x8<true>(region, static_cast<int32_t>(regionStride), xq, yq));
         }
         rotatedRun(region, static_cast<ptrdiff_t>(regionStride), c, s, r, out, 8, 9);
     }
