@@ -344,8 +344,8 @@ void transformAffineV(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
                       uint32_t patchStride) {
     const float xLimit = static_cast<float>(srcWidth - 1), yLimit = static_cast<float>(srcHeight - 1);
     const int32_t halfWidth = static_cast<int32_t>(patchWidth / 2);
-    // Offsets into the image must fit the lanes' 32 bits.
-    const bool lanesFit = uint64_t{srcStride} * srcHeight <= 0x7fffffffu;
+    // Offsets into the image, and positions in Q8, must fit the lanes' 32 bits.
+    const bool lanesFit = uint64_t{srcStride} * srcHeight <= 0x7fffffffu && srcWidth < (1u << 22) && srcHeight < (1u << 22);
     const uint32x4_t xLimBits = vdupq_n_u32(floatBits(xLimit)), yLimBits = vdupq_n_u32(floatBits(yLimit));
     const float32x4_t a0 = vdupq_n_f32(a[0]), a2 = vdupq_n_f32(a[2]);
     for (uint32_t r = 0; r < patchHeight; ++r) {
