@@ -1374,6 +1374,122 @@ OBX_API obxFindContoursExternalu8_fn obxFindContoursExternalu8C;
 OBX_API obxFindContoursListu8_fn obxFindContoursListu8C;
 OBX_API obxFindContoursCcompu8_fn obxFindContoursCcompu8C;
 OBX_API obxFindContoursTreeu8_fn obxFindContoursTreeu8C;
+/* ---- Warps and remaps ---------------------------------------------------- */
+
+/* Perspective warp of an 8-bit image. warpmatrix (m0 .. m8, row-major) maps
+ * destination pixel (x, y) to homogeneous source coordinates
+ * (X, Y, W) = M (x, y, 1), evaluated incrementally in float32: each row starts
+ * from (m2, m5, m8) plus m1, m4, m7 added once per earlier row, and m0, m3,
+ * m6 are added after every pixel. u = X * (1 / W), v = Y * (1 / W). The pixel
+ * is inside when u >= 0, v >= 0, trunc(u) < srcWidth - 1 and trunc(v) <
+ * srcHeight - 1 (the last source column and row never serve as top-left
+ * corner); outside pixels are 0. Inside, with ix = trunc(u), fx = u - ix (the
+ * same for v): top = s(ix, iy) + fx (s(ix+1, iy) - s(ix, iy)), bottom alike
+ * on row iy + 1, result trunc(top + fy (bottom - top)), all in float32. The
+ * first form takes packed images; the _v2 form byte strides. The 3-channel
+ * forms apply the same mapping and weights to each of three interleaved
+ * channels (strides still in bytes, widths in pixels). */
+typedef void obxWarpPerspectiveu8_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint8_t* dst,
+                                     uint32_t dstWidth, uint32_t dstHeight, const float32_t* warpmatrix);
+typedef void obxWarpPerspectiveu8_v2_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                        uint32_t srcStride, uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight,
+                                        uint32_t dstStride, const float32_t* warpmatrix);
+typedef obxWarpPerspectiveu8_fn obx3ChannelWarpPerspectiveu8_fn;
+typedef obxWarpPerspectiveu8_v2_fn obx3ChannelWarpPerspectiveu8_v2_fn;
+OBX_DECLARE_OPERATION(obxWarpPerspectiveu8)
+OBX_DECLARE_OPERATION(obxWarpPerspectiveu8_v2)
+OBX_DECLARE_OPERATION(obx3ChannelWarpPerspectiveu8)
+OBX_DECLARE_OPERATION(obx3ChannelWarpPerspectiveu8_v2)
+OBX_API obxWarpPerspectiveu8_fn obxWarpPerspectiveu8C;
+OBX_API obxWarpPerspectiveu8_v2_fn obxWarpPerspectiveu8_v2C;
+OBX_API obx3ChannelWarpPerspectiveu8_fn obx3ChannelWarpPerspectiveu8C;
+OBX_API obx3ChannelWarpPerspectiveu8_v2_fn obx3ChannelWarpPerspectiveu8_v2C;
+
+/* 8x8 patch around nPos = (px, py) under nAffine = (a0, a1, a2, a3), all Q16.
+ * Patch pixel (i, j), i the column and j the row offset, both -4 .. +3,
+ * samples x = px + a0 i + a1 j, y = py + a2 i + a3 j. When any of the four
+ * corners (i, j in {-4, +3}) lies outside 0 <= x <= (srcWidth - 1) 65536,
+ * 0 <= y <= (srcHeight - 1) 65536, returns 1 and writes nothing. Otherwise
+ * with xi = x >> 16, fx = (x >> 8) & 255 (y alike): top = p00 + (((p01 - p00)
+ * fx) >> 8), bottom alike on row yi + 1, result top + (((bottom - top) fy)
+ * >> 8), flooring shifts; a neighbour whose weight is 0 is not read. Returns
+ * 0. */
+typedef int32_t obxTransformAffine8x8u8_v2_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight,
+                                              uint32_t srcStride, const int32_t* nPos, const int32_t* nAffine,
+                                              uint8_t* patch, uint32_t patchStride);
+OBX_DECLARE_OPERATION(obxTransformAffine8x8u8_v2)
+OBX_API obxTransformAffine8x8u8_v2_fn obxTransformAffine8x8u8C;
+
+/* Patch of patchWidth x patchHeight around nPos = (px, py) under nAffine =
+ * (a0, a1, a2, a3), all float32. Patch pixel (c, r) has offsets i = c -
+ * patchWidth / 2, j = r - patchHeight / 2 and samples
+ * x = (px + a1 j) + a0 i, y = (py + a3 j) + a2 i (float32, in that order).
+ * obxTransformAffineu8_v2 clamps x into [0, srcWidth - 1] and y into
+ * [0, srcHeight - 1] (NaN to 0), so the border is repeated;
+ * obxTransformAffineClippedu8 writes 0 where x or y lies outside those
+ * ranges (or is NaN). The clamped position is taken in Q8, xq = trunc(x 256),
+ * and interpolated like obxTransformAffine8x8u8 with 8-bit fractions. On
+ * ARMv7 the vector variants form positions on NEON, which flushes subnormal
+ * values to zero: they match the references whenever a0 i, a2 i and the
+ * positions stay normal or zero. */
+typedef void obxTransformAffineu8_v2_fn(const uint8_t* nImage, uint32_t srcWidth, uint32_t srcHeight,
+                                        uint32_t srcStride, const float32_t* nPos, const float32_t* nAffine,
+                                        uint8_t* nPatch, uint32_t patchWidth, uint32_t patchHeight,
+                                        uint32_t patchStride);
+typedef obxTransformAffineu8_v2_fn obxTransformAffineClippedu8_fn;
+OBX_DECLARE_OPERATION(obxTransformAffineu8_v2)
+OBX_DECLARE_OPERATION(obxTransformAffineClippedu8)
+OBX_API obxTransformAffineu8_v2_fn obxTransformAffineu8_v2C;
+OBX_API obxTransformAffineClippedu8_fn obxTransformAffineClippedu8C;
+
+/* 17x17 patch (packed, stride 17) rotated by `orientation` radians about the
+ * pixel `region` points at: with c = cosf(orientation), s = sinf(orientation)
+ * patch pixel (8 + i, 8 + j) samples the offset x = (-s j) + c i,
+ * y = (c j) + s i from that pixel, in Q8 as trunc((x + 16) 256) - 4096, and
+ * is interpolated like obxTransformAffine8x8u8. The samples stay within 12
+ * pixels of the centre: the caller keeps that margin inside the image. */
+typedef void obxCopyRotated17x17u8_fn(const uint8_t* region, uint32_t regionStride, float32_t orientation,
+                                      uint8_t* patch);
+OBX_DECLARE_OPERATION(obxCopyRotated17x17u8)
+OBX_API obxCopyRotated17x17u8_fn obxCopyRotated17x17u8C;
+
+/* Sub-pixel translated copy: dst(x, y) = src sampled at (x + dx, y + dy), both
+ * images width x height with `stride` bytes per row. The shift is Q7 (1/128
+ * pixel): the integer part is dx >> 7 (flooring), the fraction f = dx & 127;
+ * with neighbour coordinates clamped into the image (the border repeats),
+ * result = (p00 (128 - fx)(128 - fy) + p01 fx (128 - fy) + p10 (128 - fx) fy
+ * + p11 fx fy + 8192) >> 14. The float form rounds dx * 128 and dy * 128 to
+ * the nearest integer (halves away from zero; beyond +-2^24 pixels clamped)
+ * and calls the Q7 form. */
+typedef void obxCopyTranslatedSubPixu8Q7_fn(const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride,
+                                            int32_t dxQ7, int32_t dyQ7, uint8_t* dst);
+typedef void obxCopyTranslatedSubPixu8f32_fn(const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride,
+                                             float32_t dx, float32_t dy, uint8_t* dst);
+OBX_DECLARE_OPERATION(obxCopyTranslatedSubPixu8Q7)
+OBX_DECLARE_OPERATION(obxCopyTranslatedSubPixu8f32)
+OBX_API obxCopyTranslatedSubPixu8Q7_fn obxCopyTranslatedSubPixu8Q7C;
+OBX_API obxCopyTranslatedSubPixu8f32_fn obxCopyTranslatedSubPixu8f32C;
+
+/* RGBA8888 remaps through float32 maps (mapX, mapY, rows mapStride bytes
+ * apart): destination pixel (x, y) samples (mapX(x, y), mapY(x, y)).
+ * Nearest: each coordinate rounded half away from zero (+-0.5, truncate);
+ * the 4-byte pixel is copied when the column is below srcWidth and the row
+ * below srcHeight as unsigned values, otherwise all four bytes are 0.
+ * Bilinear: x0 = floor(mx), fx = mx - x0 (y alike); the neighbours (x0, y0),
+ * (x0+1, y0), (x0, y0+1), (x0+1, y0+1) weigh (1-fx)(1-fy), fx(1-fy),
+ * (1-fx)fy, fx fy; only neighbours inside the image contribute, without
+ * renormalising (the border fades to 0). Each channel is summed in float32
+ * in that order and rounded half up. Coordinates beyond +-2^31 (or NaN) are
+ * outside. */
+typedef void obxRemapRGBA8888u8_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                   uint8_t* dst, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstStride,
+                                   const float32_t* mapX, const float32_t* mapY, uint32_t mapStride);
+typedef obxRemapRGBA8888u8_fn obxRemapRGBA8888NNu8_fn;
+typedef obxRemapRGBA8888u8_fn obxRemapRGBA8888BLu8_fn;
+OBX_DECLARE_OPERATION(obxRemapRGBA8888NNu8)
+OBX_DECLARE_OPERATION(obxRemapRGBA8888BLu8)
+OBX_API obxRemapRGBA8888u8_fn obxRemapRGBA8888NNu8C;
+OBX_API obxRemapRGBA8888u8_fn obxRemapRGBA8888BLu8C;
 
 #ifdef __cplusplus
 }

@@ -947,6 +947,112 @@ Workload<obxDotProduct11x12u8_fn> workload(const std::string&, const Scene& s, o
         }};
     work.unit = "call";
     return work;
+// ---- Warps and remaps ---------------------------------------------------------------------
+
+// A perspective view of the scene about its centre: a 12 degree turn, a 10%
+// enlargement and a mild tilt, so that most of the destination samples the
+// scene and its corners fall outside.
+void warpMatrix(const Scene& s, float m[9]) {
+    const float c = 0.9781476f / 1.1f, sn = 0.2079117f / 1.1f, cx = 0.5f * s.w, cy = 0.5f * s.h;
+    const float px = 0.00012f, py = -0.00008f;
+    m[0] = c, m[1] = -sn, m[2] = cx - c * cx + sn * cy;
+    m[3] = sn, m[4] = c, m[5] = cy - sn * cx - c * cy;
+    m[6] = px, m[7] = py, m[8] = 1.0f - px * cx - py * cy;
+}
+
+// The whole scene warped into an image of its size, gray or RGB by name.
+Workload<obxWarpPerspectiveu8_v2_fn> workload(const std::string& name, const Scene& s, obxWarpPerspectiveu8_v2_fn*) {
+    const uint32_t ch = contains(name, "3Channel") ? 3 : 1;
+    const Bytes& src = ch == 3 ? s.rgb : s.gray;
+    return {double(s.pixels()), s.pixels() * ch, {s.pixels() * ch},
+            [&s, &src, ch](obxWarpPerspectiveu8_v2_fn* f, const std::vector<Bytes>& out) {
+                float m[9];
+                warpMatrix(s, m);
+                f(src.data(), s.w, s.h, s.w * ch, out[0].data(), s.w, s.h, s.w * ch, m);
+            }};
+}
+Workload<obxWarpPerspectiveu8_fn> workload(const std::string& name, const Scene& s, obxWarpPerspectiveu8_fn*) {
+    const uint32_t ch = contains(name, "3Channel") ? 3 : 1;
+    const Bytes& src = ch == 3 ? s.rgb : s.gray;
+    return {double(s.pixels()), s.pixels() * ch, {s.pixels() * ch},
+            [&s, &src](obxWarpPerspectiveu8_fn* f, const std::vector<Bytes>& out) {
+                float m[9];
+                warpMatrix(s, m);
+                f(src.data(), s.w, s.h, out[0].data(), s.w, s.h, m);
+            }};
+}
+
+// Patches on a grid of centres 16 pixels apart, 12 from the borders, turned
+// by about 20 degrees and enlarged by 1.25; per patch pixel.
+struct PatchGrid {
+    std::vector<float> centres;  // x, y pairs
+    explicit PatchGrid(const Scene& s) {
+        for (uint32_t y = 12; y + 12 < s.h; y += 16)
+            for (uint32_t x = 12; x + 12 < s.w; x += 16) centres.insert(centres.end(), {x + 0.37f, y + 0.61f});
+    }
+    size_t count() const { return centres.size() / 2; }
+};
+constexpr float kPatchAffine[4] = {0.7516f, -0.2736f, 0.2736f, 0.7516f};
+
+Workload<obxTransformAffine8x8u8_v2_fn> workload(const std::string&, const Scene& s, obxTransformAffine8x8u8_v2_fn*) {
+    auto grid = std::make_shared<PatchGrid>(s);
+    const size_t n = grid->count();
+    return {double(n) * 64, n * 68, {n * 68}, [&s, grid, n](obxTransformAffine8x8u8_v2_fn* f, const std::vector<Bytes>& out) {
+                int32_t a[4];
+                for (int k = 0; k < 4; ++k) a[k] = static_cast<int32_t>(kPatchAffine[k] * 65536.0f);
+                for (size_t i = 0; i < n; ++i) {
+                    const int32_t pos[2] = {static_cast<int32_t>(grid->centres[2 * i] * 65536.0f),
+                                            static_cast<int32_t>(grid->centres[2 * i + 1] * 65536.0f)};
+                    uint8_t* patch = out[0].data() + 68 * i;
+                    const int32_t status = f(s.gray.data(), s.w, s.h, s.w, pos, a, patch, 8);
+                    memcpy(patch + 64, &status, 4);
+                }
+            }};
+}
+
+// 16x16 patches on the same grid, per patch pixel; the clipped form also
+// meets the borders.
+Workload<obxTransformAffineu8_v2_fn> workload(const std::string&, const Scene& s, obxTransformAffineu8_v2_fn*) {
+    auto grid = std::make_shared<PatchGrid>(s);
+    const size_t n = grid->count();
+    return {double(n) * 256, n * 256, {n * 256}, [&s, grid, n](obxTransformAffineu8_v2_fn* f, const std::vector<Bytes>& out) {
+                for (size_t i = 0; i < n; ++i)
+                    f(s.gray.data(), s.w, s.h, s.w, &grid->centres[2 * i], kPatchAffine, out[0].data() + 256 * i, 16, 16, 16);
+            }};
+}
+
+// 17x17 patches at the grid's centres, the orientation turning by 0.7
+// radians from one to the next; per patch pixel.
+Workload<obxCopyRotated17x17u8_fn> workload(const std::string&, const Scene& s, obxCopyRotated17x17u8_fn*) {
+    auto grid = std::make_shared<PatchGrid>(s);
+    const size_t n = grid->count();
+    return {double(n) * 289, n * 289, {n * 289}, [&s, grid, n](obxCopyRotated17x17u8_fn* f, const std::vector<Bytes>& out) {
+                for (size_t i = 0; i < n; ++i) {
+                    const uint8_t* centre = s.gray.data() + static_cast<size_t>(grid->centres[2 * i + 1]) * s.w +
+                                            static_cast<size_t>(grid->centres[2 * i]);
+                    f(centre, s.w, 0.7f * static_cast<float>(i), out[0].data() + 289 * i);
+                }
+            }};
+}
+
+// The RGBA scene through maps of the perspective view above (the forward
+// projection of every destination pixel), per destination pixel.
+Workload<obxRemapRGBA8888u8_fn> workload(const std::string&, const Scene& s, obxRemapRGBA8888u8_fn*) {
+    auto maps = std::make_shared<Bytes>(s.pixels() * 8);
+    float m[9];
+    warpMatrix(s, m);
+    float* mx = maps->as<float>();
+    float* my = mx + s.pixels();
+    for (uint32_t y = 0; y < s.h; ++y)
+        for (uint32_t x = 0; x < s.w; ++x) {
+            const float w = m[6] * x + m[7] * y + m[8];
+            mx[size_t{y} * s.w + x] = (m[0] * x + m[1] * y + m[2]) / w;
+            my[size_t{y} * s.w + x] = (m[3] * x + m[4] * y + m[5]) / w;
+        }
+    return {double(s.pixels()), s.pixels() * 4, {s.pixels() * 4}, [&s, maps](obxRemapRGBA8888u8_fn* f, const std::vector<Bytes>& out) {
+                const float* mapX = maps->as<float>();
+                f(s.rgba.data(), s.w, s.h, s.w * 4, out[0].data(), s.w, s.h, s.w * 4, mapX, mapX + s.pixels(), s.w * 4);
+            }};
 }
 
 // ---- Counting -------------------------------------------------------------------------

@@ -266,6 +266,19 @@ OBX_OP_REF(obxFindContoursExternalu8, obxFindContoursExternalu8C)
 OBX_OP_REF(obxFindContoursListu8, obxFindContoursListu8C)
 OBX_OP_REF(obxFindContoursCcompu8, obxFindContoursCcompu8C)
 OBX_OP_REF(obxFindContoursTreeu8, obxFindContoursTreeu8C)
+/* Resampling: perspective warps, affine patches and RGBA remaps */
+OBX_OP(obxWarpPerspectiveu8, obxWarpPerspectiveu8C, obxWarpPerspectiveu8V)
+OBX_OP(obxWarpPerspectiveu8_v2, obxWarpPerspectiveu8_v2C, obxWarpPerspectiveu8_v2V)
+OBX_OP(obx3ChannelWarpPerspectiveu8, obx3ChannelWarpPerspectiveu8C, obx3ChannelWarpPerspectiveu8V)
+OBX_OP(obx3ChannelWarpPerspectiveu8_v2, obx3ChannelWarpPerspectiveu8_v2C, obx3ChannelWarpPerspectiveu8_v2V)
+OBX_OP(obxTransformAffine8x8u8_v2, obxTransformAffine8x8u8C, obxTransformAffine8x8u8V)
+OBX_OP(obxTransformAffineu8_v2, obxTransformAffineu8_v2C, obxTransformAffineu8_v2V)
+OBX_OP(obxTransformAffineClippedu8, obxTransformAffineClippedu8C, obxTransformAffineClippedu8V)
+OBX_OP(obxCopyRotated17x17u8, obxCopyRotated17x17u8C, obxCopyRotated17x17u8V)
+OBX_OP_REF(obxCopyTranslatedSubPixu8Q7, obxCopyTranslatedSubPixu8Q7C)
+OBX_OP_REF(obxCopyTranslatedSubPixu8f32, obxCopyTranslatedSubPixu8f32C)
+OBX_OP(obxRemapRGBA8888NNu8, obxRemapRGBA8888NNu8C, obxRemapRGBA8888NNu8V)
+OBX_OP(obxRemapRGBA8888BLu8, obxRemapRGBA8888BLu8C, obxRemapRGBA8888BLu8V)
 
 #undef OBX_OP
 #undef OBX_OP_REF
