@@ -4,13 +4,10 @@
 // becomes a 4:2:0 pseudo-planar camera frame, which is converted to RGB and to
 // gray, smoothed, searched for edges and for FAST corners, and reduced to a
 // 4-level pyramid, whose FAST corners are then tracked with Lucas-Kanade
-// into a copy of the picture moved by a known sub-pixel offset. Every stage is timed on the reference and on the vector
-// gray, smoothed, searched for edges and for FAST corners, reduced to a
-// 4-level pyramid, and thresholded for its contours. Every stage is timed on the reference and on the vector
-// table and its result is written out.
-// gray, smoothed, searched for edges and for FAST corners, reduced to a
-// 4-level pyramid, and warped by a fixed perspective. Every stage is timed on
-// the reference and on the vector table and its result is written out.
+// into a copy of the picture moved by a known sub-pixel offset; it is also
+// thresholded for its contours and warped by a fixed perspective. Every stage
+// is timed on the reference and on the vector table and its result is written
+// out.
 //
 //   ombrix_demo [image.pgm|image.ppm] [--out DIRECTORY]
 #include <stdio.h>

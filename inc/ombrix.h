@@ -1303,6 +1303,7 @@ typedef void obxDotProduct11x12u8_fn(const uint8_t* ptch, const uint8_t* img, ui
                                      uint32_t nX, uint32_t nY, uint32_t* dotProducts);
 OBX_DECLARE_OPERATION(obxDotProduct11x12u8)
 OBX_API obxDotProduct11x12u8_fn obxDotProduct11x12u8C;
+
 /* ---- Lucas-Kanade optical flow ----------------------------------------------------------- */
 
 /* Tracks n feature points from the 8-bit image src1 to src2 (both width x
@@ -1327,6 +1328,7 @@ typedef obxTrackLKOpticalFlowf32_fn obxTrackLKOpticalFlowu8_fn;
 OBX_DECLARE_OPERATION(obxTrackLKOpticalFlowf32)
 OBX_DECLARE_OPERATION(obxTrackLKOpticalFlowu8)
 OBX_API obxTrackLKOpticalFlowf32_fn obxTrackLKOpticalFlowf32C;
+
 /* ---- Contour finding ---------------------------------------------------- */
 
 /* Borders of the 8-connected components of an 8-bit image (every non-zero
@@ -1374,6 +1376,7 @@ OBX_API obxFindContoursExternalu8_fn obxFindContoursExternalu8C;
 OBX_API obxFindContoursListu8_fn obxFindContoursListu8C;
 OBX_API obxFindContoursCcompu8_fn obxFindContoursCcompu8C;
 OBX_API obxFindContoursTreeu8_fn obxFindContoursTreeu8C;
+
 /* ---- Warps and remaps ---------------------------------------------------- */
 
 /* Perspective warp of an 8-bit image. warpmatrix (m0 .. m8, row-major) maps

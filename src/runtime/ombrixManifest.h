@@ -229,6 +229,7 @@ OBX_OP(obxGeomUndistortPoint2x1f32, obxGeomUndistortPoint2x1f32C, obxGeomUndisto
 OBX_OP(obxGeomUndistortPoint2xNf32, obxGeomUndistortPoint2xNf32C, obxGeomUndistortPoint2xNf32V)
 OBX_OP(obxGeomProjectPoint3x1f32, obxGeomProjectPoint3x1f32C, obxGeomProjectPoint3x1f32V)
 OBX_OP(obxGeomProjectPoint3xNf32, obxGeomProjectPoint3xNf32C, obxGeomProjectPoint3xNf32V)
+
 /* Features: patch descriptors and dot products */
 OBX_OP(obxDescriptor17x17u8To36s8, obxDescriptor17x17u8To36s8C, obxDescriptor17x17u8To36s8V)
 OBX_OP(obxDescriptorSampledMeanAndVar36f32, obxDescriptorSampledMeanAndVar36f32C, obxDescriptorSampledMeanAndVar36f32V)
@@ -255,10 +256,12 @@ OBX_OP(obxDotProductNorm64x4u8, obxDotProductNorm64x4u8C, obxDotProductNorm64x4u
 OBX_OP(obxDotProductNorm128x4u8, obxDotProductNorm128x4u8C, obxDotProductNorm128x4u8V)
 OBX_OP(obxDotProduct8x8u8, obxDotProduct8x8u8C, obxDotProduct8x8u8V)
 OBX_OP(obxDotProduct11x12u8, obxDotProduct11x12u8C, obxDotProduct11x12u8V)
+
 /* Motion: Lucas-Kanade optical flow */
 OBX_OP_REF(obxTrackLKOpticalFlowf32, obxTrackLKOpticalFlowf32C)
 OBX_OP_REF(obxTrackLKOpticalFlowu8, obxTrackLKOpticalFlowf32C)
 OBX_KERNEL(calcIxIy_32f, calcIxIy_32fC, calcIxIy_32fV)
+
 /* Shape analysis: contour finding */
 OBX_OP_REF(obxFindContoursAllocate, obxFindContoursAllocateC)
 OBX_OP_REF(obxFindContoursDelete, obxFindContoursDeleteC)
@@ -266,6 +269,7 @@ OBX_OP_REF(obxFindContoursExternalu8, obxFindContoursExternalu8C)
 OBX_OP_REF(obxFindContoursListu8, obxFindContoursListu8C)
 OBX_OP_REF(obxFindContoursCcompu8, obxFindContoursCcompu8C)
 OBX_OP_REF(obxFindContoursTreeu8, obxFindContoursTreeu8C)
+
 /* Resampling: perspective warps, affine patches and RGBA remaps */
 OBX_OP(obxWarpPerspectiveu8, obxWarpPerspectiveu8C, obxWarpPerspectiveu8V)
 OBX_OP(obxWarpPerspectiveu8_v2, obxWarpPerspectiveu8_v2C, obxWarpPerspectiveu8_v2V)
