@@ -1077,6 +1077,13 @@ OBX_API obxMeanShiftu8_fn obxMeanShiftu8C;
 OBX_API obxMeanShifts32_fn obxMeanShifts32C;
 OBX_API obxMeanShiftf32_fn obxMeanShiftf32C;
 
+/* ---- Dot product of 36-element descriptors --------------------------------- */
+
+/* Sum of the 36 products a[i] * b[i] of signed bytes, in 32 bits. */
+typedef int32_t obxDotProduct36x1s8_fn(const int8_t* a, const int8_t* b);
+OBX_DECLARE_OPERATION(obxDotProduct36x1s8)
+OBX_API obxDotProduct36x1s8_fn obxDotProduct36x1s8C;
+
 #ifdef __cplusplus
 }
 #endif

@@ -665,6 +665,22 @@ Workload<obxSolveCholeskyf32_fn> workload(const std::string&, const Scene&, obxS
             }};
 }
 
+// ---- Descriptors: dot products, bit counts and Hamming distances -----------------------
+
+// 36-element descriptors cut from the scene's RGB bytes, each against the
+// next one, per pair.
+Workload<obxDotProduct36x1s8_fn> workload(const std::string&, const Scene& s, obxDotProduct36x1s8_fn*) {
+    const uint32_t n = static_cast<uint32_t>(s.rgb.size() / 36) - 1;
+    Workload<obxDotProduct36x1s8_fn> work{double(n), 4 * size_t{n}, {4 * size_t{n}},
+                                          [&s, n](obxDotProduct36x1s8_fn* f, const std::vector<Bytes>& out) {
+                                              const int8_t* d = s.rgb.as<int8_t>();
+                                              for (uint32_t i = 0; i < n; ++i)
+                                                  out[0].as<int32_t>()[i] = f(d + 36 * i, d + 36 * (i + 1));
+                                          }};
+    work.unit = "pair";
+    return work;
+}
+
 // ---- Counting -------------------------------------------------------------------------
 
 void markWindow(long phase) { syscall(OMBRIX_INSN_MARK, phase); }

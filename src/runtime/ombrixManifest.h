@@ -217,6 +217,9 @@ OBX_OP_REF(obxMeanShiftu8, obxMeanShiftu8C)
 OBX_OP_REF(obxMeanShifts32, obxMeanShifts32C)
 OBX_OP_REF(obxMeanShiftf32, obxMeanShiftf32C)
 
+/* Features: dot product of 36-element descriptors */
+OBX_OP(obxDotProduct36x1s8, obxDotProduct36x1s8C, obxDotProduct36x1s8V)
+
 #undef OBX_OP
 #undef OBX_OP_REF
 #undef OBX_OP_STATIC
