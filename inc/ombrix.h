@@ -1084,6 +1084,61 @@ typedef int32_t obxDotProduct36x1s8_fn(const int8_t* a, const int8_t* b);
 OBX_DECLARE_OPERATION(obxDotProduct36x1s8)
 OBX_API obxDotProduct36x1s8_fn obxDotProduct36x1s8C;
 
+/* ---- Bit counts and Hamming distances --------------------------------------- */
+
+/* Every count is the number of set bits, byte by byte in order (for a Hamming
+ * distance, of the XOR of the two strings). The a4 forms promise 4-byte
+ * aligned inputs and give the same results as the unaligned ones. A length of
+ * 0 returns 0 without reading. */
+typedef uint32_t obxBitCountu8_fn(const uint8_t* src, uint32_t len);
+/* numIntegers 32-bit words, that is 4 * numIntegers bytes. */
+typedef uint32_t obxBitCountu32_fn(const uint32_t* src, uint32_t numIntegers);
+/* One string of 32 or 64 bytes. */
+typedef uint32_t obxBitCountFixed_fn(const uint8_t* src);
+typedef obxBitCountFixed_fn obxBitCount32x1u8_fn;
+typedef obxBitCountFixed_fn obxBitCount64x1u8_fn;
+/* Four strings of 32 or 64 bytes: count[i] for the i-th. */
+typedef void obxBitCountFixed4_fn(const uint8_t* A, const uint8_t* B, const uint8_t* C, const uint8_t* D,
+                                  uint32_t* count);
+typedef obxBitCountFixed4_fn obxBitCount32x4u8_fn;
+typedef obxBitCountFixed4_fn obxBitCount64x4u8_fn;
+typedef uint32_t obxHammingDistanceu8_fn(const uint8_t* a, const uint8_t* b, uint32_t len);
+/* One pair of 32- or 64-byte strings. */
+typedef uint32_t obxHammingDistanceFixed_fn(const uint8_t* a, const uint8_t* b);
+typedef obxHammingDistanceFixed_fn obxHammingDistance32x1u8_fn;
+typedef obxHammingDistanceFixed_fn obxHammingDistance32x1u8a4_fn;
+typedef obxHammingDistanceFixed_fn obxHammingDistance64x1u8_fn;
+typedef obxHammingDistanceFixed_fn obxHammingDistance64x1u8a4_fn;
+/* A against each of B, C, D, E: HamminDistances[i] for the i-th. */
+typedef void obxHammingDistanceFixed4_fn(const uint8_t* A, const uint8_t* B, const uint8_t* C, const uint8_t* D,
+                                         const uint8_t* E, uint32_t* HamminDistances);
+typedef obxHammingDistanceFixed4_fn obxHammingDistance32x4u8a4_fn;
+typedef obxHammingDistanceFixed4_fn obxHammingDistance64x4u8_fn;
+typedef obxHammingDistanceFixed4_fn obxHammingDistance64x4u8a4_fn;
+OBX_DECLARE_OPERATION(obxBitCountu8)
+OBX_DECLARE_OPERATION(obxBitCountu32)
+OBX_DECLARE_OPERATION(obxBitCount32x1u8)
+OBX_DECLARE_OPERATION(obxBitCount64x1u8)
+OBX_DECLARE_OPERATION(obxBitCount32x4u8)
+OBX_DECLARE_OPERATION(obxBitCount64x4u8)
+OBX_DECLARE_OPERATION(obxHammingDistanceu8)
+OBX_DECLARE_OPERATION(obxHammingDistance32x1u8)
+OBX_DECLARE_OPERATION(obxHammingDistance32x1u8a4)
+OBX_DECLARE_OPERATION(obxHammingDistance64x1u8)
+OBX_DECLARE_OPERATION(obxHammingDistance64x1u8a4)
+OBX_DECLARE_OPERATION(obxHammingDistance32x4u8a4)
+OBX_DECLARE_OPERATION(obxHammingDistance64x4u8)
+OBX_DECLARE_OPERATION(obxHammingDistance64x4u8a4)
+OBX_API obxBitCountu8_fn obxBitCountu8C;
+OBX_API obxBitCountu32_fn obxBitCountu32C;
+OBX_API obxBitCountFixed_fn obxBitCount32x1u8C, obxBitCount64x1u8C;
+OBX_API obxBitCountFixed4_fn obxBitCount32x4u8C, obxBitCount64x4u8C;
+OBX_API obxHammingDistanceu8_fn obxHammingDistanceu8C;
+OBX_API obxHammingDistanceFixed_fn obxHammingDistance32x1u8C, obxHammingDistance32x1u8a4C,
+    obxHammingDistance64x1u8C, obxHammingDistance64x1u8a4C;
+OBX_API obxHammingDistanceFixed4_fn obxHammingDistance32x4u8a4C, obxHammingDistance64x4u8C,
+    obxHammingDistance64x4u8a4C;
+
 #ifdef __cplusplus
 }
 #endif

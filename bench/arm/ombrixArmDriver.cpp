@@ -588,8 +588,11 @@ Workload<obxSumOfAbsoluteDiff16x16u8_fn> workload(const std::string&, const Scen
     return work;
 }
 
+Workload<calculateBlockSum16x16_fn> bitCountBytesWorkload(const Scene& s);
+
 // The 16x16 block sum over every 16x16 block of the gray scene, per call.
-Workload<calculateBlockSum16x16_fn> workload(const std::string&, const Scene& s, calculateBlockSum16x16_fn*) {
+Workload<calculateBlockSum16x16_fn> workload(const std::string& name, const Scene& s, calculateBlockSum16x16_fn*) {
+    if (contains(name, "BitCount")) return bitCountBytesWorkload(s);
     const uint32_t cols = s.w / 16, rows = s.h / 16, n = cols * rows;
     Workload<calculateBlockSum16x16_fn> work{
         double(n), 4 * size_t{n}, {4 * size_t{n}},
@@ -667,6 +670,9 @@ Workload<obxSolveCholeskyf32_fn> workload(const std::string&, const Scene&, obxS
 
 // ---- Descriptors: dot products, bit counts and Hamming distances -----------------------
 
+// String length in a bit count or Hamming slot's name: 32 or 64 bytes.
+uint32_t stringBytes(const std::string& name) { return contains(name, "32x") ? 32 : 64; }
+
 // 36-element descriptors cut from the scene's RGB bytes, each against the
 // next one, per pair.
 Workload<obxDotProduct36x1s8_fn> workload(const std::string&, const Scene& s, obxDotProduct36x1s8_fn*) {
@@ -677,6 +683,91 @@ Workload<obxDotProduct36x1s8_fn> workload(const std::string&, const Scene& s, ob
                                               for (uint32_t i = 0; i < n; ++i)
                                                   out[0].as<int32_t>()[i] = f(d + 36 * i, d + 36 * (i + 1));
                                           }};
+    work.unit = "pair";
+    return work;
+}
+
+// Arbitrary lengths: every row of the gray scene (against the next one for
+// the distance), per byte. obxBitCountu8 shares its function type with the
+// block sum, whose workload hands it on here.
+Workload<obxBitCountu8_fn> bitCountBytesWorkload(const Scene& s) {
+    Workload<obxBitCountu8_fn> work{double(s.pixels()), 4 * size_t{s.h}, {4 * size_t{s.h}},
+                                    [&s](obxBitCountu8_fn* f, const std::vector<Bytes>& out) {
+                                        for (uint32_t y = 0; y < s.h; ++y)
+                                            out[0].as<uint32_t>()[y] = f(s.gray.data() + size_t{y} * s.w, s.w);
+                                    }};
+    work.unit = "byte";
+    return work;
+}
+Workload<obxBitCountu32_fn> workload(const std::string&, const Scene& s, obxBitCountu32_fn*) {
+    Workload<obxBitCountu32_fn> work{double(s.pixels()), 4 * size_t{s.h}, {4 * size_t{s.h}},
+                                     [&s](obxBitCountu32_fn* f, const std::vector<Bytes>& out) {
+                                         for (uint32_t y = 0; y < s.h; ++y)
+                                             out[0].as<uint32_t>()[y] =
+                                                 f(s.gray.as<uint32_t>() + size_t{y} * s.w / 4, s.w / 4);
+                                     }};
+    work.unit = "byte";
+    return work;
+}
+Workload<obxHammingDistanceu8_fn> workload(const std::string&, const Scene& s, obxHammingDistanceu8_fn*) {
+    Workload<obxHammingDistanceu8_fn> work{
+        double(size_t{s.h - 1} * s.w), 4 * size_t{s.h}, {4 * size_t{s.h}},
+        [&s](obxHammingDistanceu8_fn* f, const std::vector<Bytes>& out) {
+            for (uint32_t y = 0; y + 1 < s.h; ++y)
+                out[0].as<uint32_t>()[y] = f(s.gray.data() + size_t{y} * s.w, s.gray.data() + size_t{y + 1} * s.w, s.w);
+        }};
+    work.unit = "byte";
+    return work;
+}
+
+// Fixed lengths: consecutive 32- or 64-byte strings of the scene's RGB
+// bytes; counts per string, distances per pair (each string against the
+// next, or against the next four).
+Workload<obxBitCountFixed_fn> workload(const std::string& name, const Scene& s, obxBitCountFixed_fn*) {
+    const uint32_t len = stringBytes(name), n = static_cast<uint32_t>(s.rgb.size() / len);
+    Workload<obxBitCountFixed_fn> work{double(n), 4 * size_t{n}, {4 * size_t{n}},
+                                       [&s, len, n](obxBitCountFixed_fn* f, const std::vector<Bytes>& out) {
+                                           for (uint32_t i = 0; i < n; ++i)
+                                               out[0].as<uint32_t>()[i] = f(s.rgb.data() + size_t{i} * len);
+                                       }};
+    work.unit = "string";
+    return work;
+}
+Workload<obxBitCountFixed4_fn> workload(const std::string& name, const Scene& s, obxBitCountFixed4_fn*) {
+    const uint32_t len = stringBytes(name), calls = static_cast<uint32_t>(s.rgb.size() / len / 4);
+    Workload<obxBitCountFixed4_fn> work{double(4 * calls), 16 * size_t{calls}, {16 * size_t{calls}},
+                                        [&s, len, calls](obxBitCountFixed4_fn* f, const std::vector<Bytes>& out) {
+                                            for (uint32_t i = 0; i < calls; ++i) {
+                                                const uint8_t* p = s.rgb.data() + size_t{4 * i} * len;
+                                                f(p, p + len, p + 2 * len, p + 3 * len, out[0].as<uint32_t>() + 4 * i);
+                                            }
+                                        }};
+    work.unit = "string";
+    return work;
+}
+Workload<obxHammingDistanceFixed_fn> workload(const std::string& name, const Scene& s, obxHammingDistanceFixed_fn*) {
+    const uint32_t len = stringBytes(name), n = static_cast<uint32_t>(s.rgb.size() / len) - 1;
+    Workload<obxHammingDistanceFixed_fn> work{
+        double(n), 4 * size_t{n}, {4 * size_t{n}}, [&s, len, n](obxHammingDistanceFixed_fn* f, const std::vector<Bytes>& out) {
+            for (uint32_t i = 0; i < n; ++i) {
+                const uint8_t* p = s.rgb.data() + size_t{i} * len;
+                out[0].as<uint32_t>()[i] = f(p, p + len);
+            }
+        }};
+    work.unit = "pair";
+    return work;
+}
+Workload<obxHammingDistanceFixed4_fn> workload(const std::string& name, const Scene& s,
+                                               obxHammingDistanceFixed4_fn*) {
+    const uint32_t len = stringBytes(name), calls = static_cast<uint32_t>(s.rgb.size() / len) - 4;
+    Workload<obxHammingDistanceFixed4_fn> work{
+        double(4 * calls), 16 * size_t{calls}, {16 * size_t{calls}},
+        [&s, len, calls](obxHammingDistanceFixed4_fn* f, const std::vector<Bytes>& out) {
+            for (uint32_t i = 0; i < calls; ++i) {
+                const uint8_t* p = s.rgb.data() + size_t{i} * len;
+                f(p, p + len, p + 2 * len, p + 3 * len, p + 4 * len, out[0].as<uint32_t>() + 4 * i);
+            }
+        }};
     work.unit = "pair";
     return work;
 }
