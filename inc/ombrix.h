@@ -1139,6 +1139,55 @@ OBX_API obxHammingDistanceFixed_fn obxHammingDistance32x1u8C, obxHammingDistance
 OBX_API obxHammingDistanceFixed4_fn obxHammingDistance32x4u8a4C, obxHammingDistance64x4u8C,
     obxHammingDistance64x4u8a4C;
 
+/* ---- Distances of 36-element descriptors ---------------------------------- */
+
+/* For each of numB descriptors b_i (36 signed bytes each, packed) with
+ * inverse length invLenB[i], the squared Euclidean distance between the unit
+ * vectors of a and b_i, from their dot product d_i (obxDotProduct36x1s8):
+ *   distances[i] = |2 - ((invLenB[i] + invLenB[i]) * invLenA) * (float)d_i|
+ * evaluated in float in that order. */
+typedef void obxSumOfSquaredDiffs36xNs8_fn(const int8_t* a, float invLenA, const int8_t* b, const float* invLenB,
+                                           uint32_t numB, float* distances);
+OBX_DECLARE_OPERATION(obxSumOfSquaredDiffs36xNs8)
+OBX_API obxSumOfSquaredDiffs36xNs8_fn obxSumOfSquaredDiffs36xNs8C;
+
+/* ---- KD-tree for 36-element descriptors ------------------------------------ */
+
+/* Approximate nearest neighbours among descriptors (36 signed bytes each, with
+ * an inverse length so that the search works on unit vectors), by a
+ * randomised KD-tree searched best bin first. The build draws its random
+ * choices from lrand48(), which the library never seeds: seed it with
+ * srand48() for a reproducible tree. The caller's vectors are referenced, not
+ * copied, and must outlive the tree. A tree must not be queried from two
+ * threads at once. */
+struct obxKDTreeDataset36s8f32;
+struct obxKDTreeIndex36s8f32;
+typedef struct obxKDTrees36s8f32 {
+    struct obxKDTreeDataset36s8f32* dataset; /* the points */
+    struct obxKDTreeIndex36s8f32* nodes;     /* the built tree */
+} obxKDTrees36s8f32;
+
+/* Builds the tree over numVectors descriptors (vectors + 36 i) and stores
+ * its handle in *kdtrees. Returns 0, or 1 when memory runs out (nothing is
+ * left allocated). numVectors may be 0: every query then finds nothing. */
+typedef int32_t obxKDTreeCreate36s8f32_fn(const int8_t* vectors, const float* invLengths, int32_t numVectors,
+                                          obxKDTrees36s8f32** kdtrees);
+/* Up to maxNNs nearest points to query, sorted by distance (ties by index),
+ * each closer than maxDist (squared distance of unit vectors, 0..4). The
+ * search stops once maxChecks points were compared and maxNNs were found.
+ * mask is not read. Returns 0. */
+typedef int32_t obxKDTreeQuery36s8f32_fn(obxKDTrees36s8f32* kdtrees, const int8_t* query, float queryInvLen,
+                                         int32_t maxNNs, float maxDist, int32_t maxChecks, const uint8_t* mask,
+                                         int32_t* numNNsFound, int32_t* NNInds, float* NNDists);
+/* Frees the tree and its handle. Returns 0. */
+typedef int32_t obxKDTreeDestroy36s8f32_fn(obxKDTrees36s8f32* kdtrees);
+OBX_DECLARE_OPERATION(obxKDTreeCreate36s8f32)
+OBX_DECLARE_OPERATION(obxKDTreeQuery36s8f32)
+OBX_DECLARE_OPERATION(obxKDTreeDestroy36s8f32)
+OBX_API obxKDTreeCreate36s8f32_fn obxKDTreeCreate36s8f32C;
+OBX_API obxKDTreeQuery36s8f32_fn obxKDTreeQuery36s8f32C;
+OBX_API obxKDTreeDestroy36s8f32_fn obxKDTreeDestroy36s8f32C;
+
 #ifdef __cplusplus
 }
 #endif

@@ -17,6 +17,7 @@
 // Each slot's function type selects how it is called (the workload()
 // overloads below), so a new operation type does not compile here until it
 // has its row.
+#include <math.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -767,6 +768,28 @@ Workload<obxHammingDistanceFixed4_fn> workload(const std::string& name, const Sc
                 const uint8_t* p = s.rgb.data() + size_t{i} * len;
                 f(p, p + len, p + 2 * len, p + 3 * len, p + 4 * len, out[0].as<uint32_t>() + 4 * i);
             }
+        }};
+    work.unit = "pair";
+    return work;
+}
+
+// Unit-vector distances: each 36-element descriptor of the scene's RGB bytes
+// against the eight that follow it, per pair.
+Workload<obxSumOfSquaredDiffs36xNs8_fn> workload(const std::string&, const Scene& s, obxSumOfSquaredDiffs36xNs8_fn*) {
+    const uint32_t n = static_cast<uint32_t>(s.rgb.size() / 36), calls = n - 8;
+    auto invLengths = std::make_shared<std::vector<float>>(n);
+    for (uint32_t i = 0; i < n; ++i) {
+        int32_t sq = 0;
+        for (int k = 0; k < 36; ++k) sq += s.rgb.as<int8_t>()[36 * i + k] * s.rgb.as<int8_t>()[36 * i + k];
+        (*invLengths)[i] = sq ? 1.0f / sqrtf(float(sq)) : 0.0f;
+    }
+    Workload<obxSumOfSquaredDiffs36xNs8_fn> work{
+        double(8 * calls), 32 * size_t{calls}, {32 * size_t{calls}},
+        [&s, calls, invLengths](obxSumOfSquaredDiffs36xNs8_fn* f, const std::vector<Bytes>& out) {
+            const int8_t* d = s.rgb.as<int8_t>();
+            for (uint32_t i = 0; i < calls; ++i)
+                f(d + 36 * size_t{i}, (*invLengths)[i], d + 36 * size_t{i + 1}, invLengths->data() + i + 1, 8,
+                  out[0].as<float>() + 8 * i);
         }};
     work.unit = "pair";
     return work;

@@ -237,6 +237,14 @@ OBX_OP(obxHammingDistance32x4u8a4, obxHammingDistance32x4u8a4C, obxHammingDistan
 OBX_OP(obxHammingDistance64x4u8, obxHammingDistance64x4u8C, obxHammingDistance64x4u8V)
 OBX_OP(obxHammingDistance64x4u8a4, obxHammingDistance64x4u8a4C, obxHammingDistance64x4u8V)
 
+/* Features: distances of 36-element descriptors */
+OBX_OP(obxSumOfSquaredDiffs36xNs8, obxSumOfSquaredDiffs36xNs8C, obxSumOfSquaredDiffs36xNs8V)
+
+/* Features: KD-tree for 36-element descriptors */
+OBX_OP_REF(obxKDTreeCreate36s8f32, obxKDTreeCreate36s8f32C)
+OBX_OP_REF(obxKDTreeQuery36s8f32, obxKDTreeQuery36s8f32C)
+OBX_OP_REF(obxKDTreeDestroy36s8f32, obxKDTreeDestroy36s8f32C)
+
 #undef OBX_OP
 #undef OBX_OP_REF
 #undef OBX_OP_STATIC
