@@ -9,10 +9,26 @@
 
 namespace {
 
-// Bytes of a string, or of the XOR of two strings when `b` is given.
+// 32 bytes of a string, or of the XOR of two strings when `b` is given, in
+// one two-register load each. The load splits even and odd bytes into the
+// two registers; both strings are split alike and counts ignore the order.
+struct Bytes32 {
+    uint8x16_t even, odd;
+};
+OMBRIX_ALWAYS_INLINE Bytes32 load32(const uint8_t* a, const uint8_t* b, uint32_t offset) {
+    const uint8x16x2_t v = vld2q_u8(a + offset);
+    if (!b) return {v.val[0], v.val[1]};
+    const uint8x16x2_t w = vld2q_u8(b + offset);
+    return {veorq_u8(v.val[0], w.val[0]), veorq_u8(v.val[1], w.val[1])};
+}
 OMBRIX_ALWAYS_INLINE uint8x16_t load16(const uint8_t* a, const uint8_t* b, uint32_t offset) {
     const uint8x16_t v = vld1q_u8(a + offset);
     return b ? veorq_u8(v, vld1q_u8(b + offset)) : v;
+}
+// Per-byte counts of 32 bytes, each lane at most 16.
+OMBRIX_ALWAYS_INLINE uint8x16_t counts32At(const uint8_t* a, const uint8_t* b, uint32_t offset) {
+    const Bytes32 v = load32(a, b, offset);
+    return vaddq_u8(vcntq_u8(v.even), vcntq_u8(v.odd));
 }
 
 // Set bits of len bytes of a (XOR b when given), any length and alignment.
@@ -24,7 +40,7 @@ uint32_t countAny(const uint8_t* a, const uint8_t* b, uint32_t len) {
         const uint32_t steps = (len - i) / 32 < 1024 ? (len - i) / 32 : 1024;
         uint16x8_t partial = vdupq_n_u16(0);
         for (uint32_t s = 0; s < steps; ++s, i += 32)
-            partial = vpadalq_u8(partial, vaddq_u8(vcntq_u8(load16(a, b, i)), vcntq_u8(load16(a, b, i + 16))));
+            partial = vpadalq_u8(partial, counts32At(a, b, i));
         total = vpadalq_u16(total, partial);
     }
     if (len - i >= 16) {
@@ -37,12 +53,9 @@ uint32_t countAny(const uint8_t* a, const uint8_t* b, uint32_t len) {
 }
 
 // Per-byte counts of a 32-byte string (lanes <= 16) or a 64-byte one (<= 32).
-OMBRIX_ALWAYS_INLINE uint8x16_t counts32(const uint8_t* a, const uint8_t* b) {
-    return vaddq_u8(vcntq_u8(load16(a, b, 0)), vcntq_u8(load16(a, b, 16)));
-}
+OMBRIX_ALWAYS_INLINE uint8x16_t counts32(const uint8_t* a, const uint8_t* b) { return counts32At(a, b, 0); }
 OMBRIX_ALWAYS_INLINE uint8x16_t counts64(const uint8_t* a, const uint8_t* b) {
-    return vaddq_u8(vaddq_u8(vcntq_u8(load16(a, b, 0)), vcntq_u8(load16(a, b, 16))),
-                    vaddq_u8(vcntq_u8(load16(a, b, 32)), vcntq_u8(load16(a, b, 48))));
+    return vaddq_u8(counts32At(a, b, 0), counts32At(a, b, 32));
 }
 
 // Folds four vectors of per-byte counts into their four totals. After three
