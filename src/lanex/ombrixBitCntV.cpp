@@ -9,17 +9,26 @@
 
 namespace {
 
-// 32 bytes of a string, or of the XOR of two strings when `b` is given, in
-// one two-register load each. The load splits even and odd bytes into the
-// two registers; both strings are split alike and counts ignore the order.
+// 32 bytes of a string, or of the XOR of two strings when `b` is given. On
+// ARM one two-register load each, which splits even and odd bytes into the
+// two registers: both strings are split alike and counts ignore the order.
+// Hosts pay for that split with shuffles and take two plain loads instead.
 struct Bytes32 {
-    uint8x16_t even, odd;
+    uint8x16_t first, second;
 };
+#if defined(__ARM_NEON) || defined(__ARM_NEON__)
+OMBRIX_ALWAYS_INLINE Bytes32 loadBytes32(const uint8_t* p) {
+    const uint8x16x2_t v = vld2q_u8(p);
+    return {v.val[0], v.val[1]};
+}
+#else
+OMBRIX_ALWAYS_INLINE Bytes32 loadBytes32(const uint8_t* p) { return {vld1q_u8(p), vld1q_u8(p + 16)}; }
+#endif
 OMBRIX_ALWAYS_INLINE Bytes32 load32(const uint8_t* a, const uint8_t* b, uint32_t offset) {
-    const uint8x16x2_t v = vld2q_u8(a + offset);
-    if (!b) return {v.val[0], v.val[1]};
-    const uint8x16x2_t w = vld2q_u8(b + offset);
-    return {veorq_u8(v.val[0], w.val[0]), veorq_u8(v.val[1], w.val[1])};
+    const Bytes32 v = loadBytes32(a + offset);
+    if (!b) return v;
+    const Bytes32 w = loadBytes32(b + offset);
+    return {veorq_u8(v.first, w.first), veorq_u8(v.second, w.second)};
 }
 OMBRIX_ALWAYS_INLINE uint8x16_t load16(const uint8_t* a, const uint8_t* b, uint32_t offset) {
     const uint8x16_t v = vld1q_u8(a + offset);
@@ -28,20 +37,24 @@ OMBRIX_ALWAYS_INLINE uint8x16_t load16(const uint8_t* a, const uint8_t* b, uint3
 // Per-byte counts of 32 bytes, each lane at most 16.
 OMBRIX_ALWAYS_INLINE uint8x16_t counts32At(const uint8_t* a, const uint8_t* b, uint32_t offset) {
     const Bytes32 v = load32(a, b, offset);
-    return vaddq_u8(vcntq_u8(v.even), vcntq_u8(v.odd));
+    return vaddq_u8(vcntq_u8(v.first), vcntq_u8(v.second));
 }
 
 // Set bits of len bytes of a (XOR b when given), any length and alignment.
 uint32_t countAny(const uint8_t* a, const uint8_t* b, uint32_t len) {
     uint32x4_t total = vdupq_n_u32(0);
     uint32_t i = 0;
-    while (len - i >= 32) {
-        // Each step adds at most 32 to a u16 lane: 1024 steps stay below 2^16.
-        const uint32_t steps = (len - i) / 32 < 1024 ? (len - i) / 32 : 1024;
+    while (len - i >= 64) {
+        // Each step adds at most 64 to a u16 lane: 512 steps stay below 2^16.
+        const uint32_t steps = (len - i) / 64 < 512 ? (len - i) / 64 : 512;
         uint16x8_t partial = vdupq_n_u16(0);
-        for (uint32_t s = 0; s < steps; ++s, i += 32)
-            partial = vpadalq_u8(partial, counts32At(a, b, i));
+        for (uint32_t s = 0; s < steps; ++s, i += 64)
+            partial = vpadalq_u8(partial, vaddq_u8(counts32At(a, b, i), counts32At(a, b, i + 32)));
         total = vpadalq_u16(total, partial);
+    }
+    if (len - i >= 32) {
+        total = vpadalq_u16(total, vpaddlq_u8(counts32At(a, b, i)));
+        i += 32;
     }
     if (len - i >= 16) {
         total = vpadalq_u16(total, vpaddlq_u8(vcntq_u8(load16(a, b, i))));
