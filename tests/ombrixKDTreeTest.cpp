@@ -301,8 +301,9 @@ std::vector<AssertionCase> assertionCases() {
         cases.push_back({"query " + std::to_string(broken), [broken] {
                              static const float one = 1.0f;
                              obxKDTrees36s8f32* handle = nullptr;
-                             if (broken != 0) obxKDTreeCreate36s8f32C(gVec, &one, 1, &handle);
-                             if (broken == 1) handle->nodes = nullptr;
+                             if (broken > 1) obxKDTreeCreate36s8f32C(gVec, &one, 1, &handle);
+                             static obxKDTrees36s8f32 withoutTree = {nullptr, nullptr};
+                             if (broken == 1) handle = &withoutTree;
                              obxKDTreeQuery36s8f32C(handle, broken == 2 ? nullptr : gVec, broken == 3 ? -1.0f : 1.0f,
                                                     broken == 4 ? -1 : 1, broken == 5 ? -1.0f : 1.0f,
                                                     broken == 6 ? -1 : 1, nullptr, broken == 7 ? nullptr : gInts,
