@@ -371,14 +371,14 @@ int main(int argc, char** argv) {
     const uint32_t maxContours = 65536, pointCapacity = 8 * binary.width * binary.height;
     std::vector<uint32_t> contourPoints(maxContours);
     std::vector<int32_t*> contourStarts(maxContours);
-    std::vector<int32_t> points(pointCapacity);
+    std::vector<int32_t> contourBuffer(pointCapacity);
     uint32_t contours = 0;
     void* contourHandle = obxFindContoursAllocate_(labels.stride());
     timeStage("obxFindContoursListu8 (with image copy)",
               [&] {
                   memcpy(labels.data(), binary.data(), binary.pixels.size());
                   obxFindContoursListu8_(labels.data(), labels.width, labels.height, labels.stride(), maxContours,
-                                         &contours, contourPoints.data(), contourStarts.data(), points.data(),
+                                         &contours, contourPoints.data(), contourStarts.data(), contourBuffer.data(),
                                          pointCapacity, contourHandle);
               },
               reinterpret_cast<void* const*>(&obxFindContoursListu8_));

@@ -1494,6 +1494,110 @@ OBX_DECLARE_OPERATION(obxRemapRGBA8888BLu8)
 OBX_API obxRemapRGBA8888u8_fn obxRemapRGBA8888NNu8C;
 OBX_API obxRemapRGBA8888u8_fn obxRemapRGBA8888BLu8C;
 
+/* ---- Bit counts and Hamming distances --------------------------------------- */
+
+/* Every count is the number of set bits, byte by byte in order (for a Hamming
+ * distance, of the XOR of the two strings). The a4 forms promise 4-byte
+ * aligned inputs and give the same results as the unaligned ones. A length of
+ * 0 returns 0 without reading. */
+typedef uint32_t obxBitCountu8_fn(const uint8_t* src, uint32_t len);
+/* numIntegers 32-bit words, that is 4 * numIntegers bytes. */
+typedef uint32_t obxBitCountu32_fn(const uint32_t* src, uint32_t numIntegers);
+/* One string of 32 or 64 bytes. */
+typedef uint32_t obxBitCountFixed_fn(const uint8_t* src);
+typedef obxBitCountFixed_fn obxBitCount32x1u8_fn;
+typedef obxBitCountFixed_fn obxBitCount64x1u8_fn;
+/* Four strings of 32 or 64 bytes: count[i] for the i-th. */
+typedef void obxBitCountFixed4_fn(const uint8_t* A, const uint8_t* B, const uint8_t* C, const uint8_t* D,
+                                  uint32_t* count);
+typedef obxBitCountFixed4_fn obxBitCount32x4u8_fn;
+typedef obxBitCountFixed4_fn obxBitCount64x4u8_fn;
+typedef uint32_t obxHammingDistanceu8_fn(const uint8_t* a, const uint8_t* b, uint32_t len);
+/* One pair of 32- or 64-byte strings. */
+typedef uint32_t obxHammingDistanceFixed_fn(const uint8_t* a, const uint8_t* b);
+typedef obxHammingDistanceFixed_fn obxHammingDistance32x1u8_fn;
+typedef obxHammingDistanceFixed_fn obxHammingDistance32x1u8a4_fn;
+typedef obxHammingDistanceFixed_fn obxHammingDistance64x1u8_fn;
+typedef obxHammingDistanceFixed_fn obxHammingDistance64x1u8a4_fn;
+/* A against each of B, C, D, E: HamminDistances[i] for the i-th. */
+typedef void obxHammingDistanceFixed4_fn(const uint8_t* A, const uint8_t* B, const uint8_t* C, const uint8_t* D,
+                                         const uint8_t* E, uint32_t* HamminDistances);
+typedef obxHammingDistanceFixed4_fn obxHammingDistance32x4u8a4_fn;
+typedef obxHammingDistanceFixed4_fn obxHammingDistance64x4u8_fn;
+typedef obxHammingDistanceFixed4_fn obxHammingDistance64x4u8a4_fn;
+OBX_DECLARE_OPERATION(obxBitCountu8)
+OBX_DECLARE_OPERATION(obxBitCountu32)
+OBX_DECLARE_OPERATION(obxBitCount32x1u8)
+OBX_DECLARE_OPERATION(obxBitCount64x1u8)
+OBX_DECLARE_OPERATION(obxBitCount32x4u8)
+OBX_DECLARE_OPERATION(obxBitCount64x4u8)
+OBX_DECLARE_OPERATION(obxHammingDistanceu8)
+OBX_DECLARE_OPERATION(obxHammingDistance32x1u8)
+OBX_DECLARE_OPERATION(obxHammingDistance32x1u8a4)
+OBX_DECLARE_OPERATION(obxHammingDistance64x1u8)
+OBX_DECLARE_OPERATION(obxHammingDistance64x1u8a4)
+OBX_DECLARE_OPERATION(obxHammingDistance32x4u8a4)
+OBX_DECLARE_OPERATION(obxHammingDistance64x4u8)
+OBX_DECLARE_OPERATION(obxHammingDistance64x4u8a4)
+OBX_API obxBitCountu8_fn obxBitCountu8C;
+OBX_API obxBitCountu32_fn obxBitCountu32C;
+OBX_API obxBitCountFixed_fn obxBitCount32x1u8C, obxBitCount64x1u8C;
+OBX_API obxBitCountFixed4_fn obxBitCount32x4u8C, obxBitCount64x4u8C;
+OBX_API obxHammingDistanceu8_fn obxHammingDistanceu8C;
+OBX_API obxHammingDistanceFixed_fn obxHammingDistance32x1u8C, obxHammingDistance32x1u8a4C,
+    obxHammingDistance64x1u8C, obxHammingDistance64x1u8a4C;
+OBX_API obxHammingDistanceFixed4_fn obxHammingDistance32x4u8a4C, obxHammingDistance64x4u8C,
+    obxHammingDistance64x4u8a4C;
+
+/* ---- Distances of 36-element descriptors ---------------------------------- */
+
+/* For each of numB descriptors b_i (36 signed bytes each, packed) with
+ * inverse length invLenB[i], the squared Euclidean distance between the unit
+ * vectors of a and b_i, from their dot product d_i (obxDotProduct36x1s8):
+ *   distances[i] = |2 - ((invLenB[i] + invLenB[i]) * invLenA) * (float)d_i|
+ * evaluated in float in that order. */
+typedef void obxSumOfSquaredDiffs36xNs8_fn(const int8_t* a, float invLenA, const int8_t* b, const float* invLenB,
+                                           uint32_t numB, float* distances);
+OBX_DECLARE_OPERATION(obxSumOfSquaredDiffs36xNs8)
+OBX_API obxSumOfSquaredDiffs36xNs8_fn obxSumOfSquaredDiffs36xNs8C;
+
+/* ---- KD-tree for 36-element descriptors ------------------------------------ */
+
+/* Approximate nearest neighbours among descriptors (36 signed bytes each, with
+ * an inverse length so that the search works on unit vectors), by a
+ * randomised KD-tree searched best bin first. The build draws its random
+ * choices from lrand48(), which the library never seeds: seed it with
+ * srand48() for a reproducible tree. The caller's vectors are referenced, not
+ * copied, and must outlive the tree. A tree must not be queried from two
+ * threads at once. */
+struct obxKDTreeDataset36s8f32;
+struct obxKDTreeIndex36s8f32;
+typedef struct obxKDTrees36s8f32 {
+    struct obxKDTreeDataset36s8f32* dataset; /* the points */
+    struct obxKDTreeIndex36s8f32* nodes;     /* the built tree */
+} obxKDTrees36s8f32;
+
+/* Builds the tree over numVectors descriptors (vectors + 36 i) and stores
+ * its handle in *kdtrees. Returns 0, or 1 when memory runs out (nothing is
+ * left allocated). numVectors may be 0: every query then finds nothing. */
+typedef int32_t obxKDTreeCreate36s8f32_fn(const int8_t* vectors, const float* invLengths, int32_t numVectors,
+                                          obxKDTrees36s8f32** kdtrees);
+/* Up to maxNNs nearest points to query, sorted by distance (ties by index),
+ * each closer than maxDist (squared distance of unit vectors, 0..4). The
+ * search stops once maxChecks points were compared and maxNNs were found.
+ * mask is not read. Returns 0. */
+typedef int32_t obxKDTreeQuery36s8f32_fn(obxKDTrees36s8f32* kdtrees, const int8_t* query, float queryInvLen,
+                                         int32_t maxNNs, float maxDist, int32_t maxChecks, const uint8_t* mask,
+                                         int32_t* numNNsFound, int32_t* NNInds, float* NNDists);
+/* Frees the tree and its handle. Returns 0. */
+typedef int32_t obxKDTreeDestroy36s8f32_fn(obxKDTrees36s8f32* kdtrees);
+OBX_DECLARE_OPERATION(obxKDTreeCreate36s8f32)
+OBX_DECLARE_OPERATION(obxKDTreeQuery36s8f32)
+OBX_DECLARE_OPERATION(obxKDTreeDestroy36s8f32)
+OBX_API obxKDTreeCreate36s8f32_fn obxKDTreeCreate36s8f32C;
+OBX_API obxKDTreeQuery36s8f32_fn obxKDTreeQuery36s8f32C;
+OBX_API obxKDTreeDestroy36s8f32_fn obxKDTreeDestroy36s8f32C;
+
 #ifdef __cplusplus
 }
 #endif

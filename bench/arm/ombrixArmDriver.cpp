@@ -17,12 +17,14 @@
 // Each slot's function type selects how it is called (the workload()
 // overloads below), so a new operation type does not compile here until it
 // has its row.
+#include <math.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
 #include <sys/syscall.h>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <string>
@@ -606,8 +608,11 @@ Workload<obxSumOfAbsoluteDiff16x16u8_fn> workload(const std::string&, const Scen
     return work;
 }
 
+Workload<calculateBlockSum16x16_fn> bitCountBytesWorkload(const Scene& s);
+
 // The 16x16 block sum over every 16x16 block of the gray scene, per call.
-Workload<calculateBlockSum16x16_fn> workload(const std::string&, const Scene& s, calculateBlockSum16x16_fn*) {
+Workload<calculateBlockSum16x16_fn> workload(const std::string& name, const Scene& s, calculateBlockSum16x16_fn*) {
+    if (contains(name, "BitCount")) return bitCountBytesWorkload(s);
     const uint32_t cols = s.w / 16, rows = s.h / 16, n = cols * rows;
     Workload<calculateBlockSum16x16_fn> work{
         double(n), 4 * size_t{n}, {4 * size_t{n}},
@@ -800,6 +805,12 @@ Workload<obxGeomProjectPoint3xNf32_fn> workload(const std::string&, const Scene&
 
 // ---- Patch descriptors and dot products ----------------------------------------------------
 
+// The Hamming distances share their function types with the unsigned dot
+// products, whose workloads hand them on by name.
+Workload<obxHammingDistanceu8_fn> hammingBytesWorkload(const Scene& s);
+Workload<obxHammingDistanceFixed_fn> hammingFixedWorkload(const std::string& name, const Scene& s);
+Workload<obxHammingDistanceFixed4_fn> hammingFixed4Workload(const std::string& name, const Scene& s);
+
 // The 17x17 patches of the gray scene on a 17-pixel grid, copied out packed,
 // per patch.
 std::shared_ptr<Bytes> scenePatches(const Scene& s, uint32_t* count) {
@@ -881,6 +892,7 @@ Workload<obxDotProducts8_fn> workload(const std::string& name, const Scene& s, o
     });
 }
 Workload<obxDotProductu8_fn> workload(const std::string& name, const Scene& s, obxDotProductu8_fn*) {
+    if (contains(name, "Hamming")) return hammingBytesWorkload(s);
     return dotWorkload<uint8_t, obxDotProductu8_fn>(name, s, 4, [](obxDotProductu8_fn* f, const uint8_t* a, uint32_t len, uint8_t* out) {
         *reinterpret_cast<uint32_t*>(out) = f(a, a + 4099, len);
     });
@@ -891,6 +903,7 @@ Workload<obxDotProduct36x1s8_fn> workload(const std::string& name, const Scene& 
     });
 }
 Workload<obxDotProduct36x1u8_fn> workload(const std::string& name, const Scene& s, obxDotProduct36x1u8_fn*) {
+    if (contains(name, "Hamming")) return hammingFixedWorkload(name, s);
     return dotWorkload<uint8_t, obxDotProduct36x1u8_fn>(name, s, 4, [](obxDotProduct36x1u8_fn* f, const uint8_t* a, uint32_t, uint8_t* out) {
         *reinterpret_cast<uint32_t*>(out) = f(a, a + 4099);
     });
@@ -901,6 +914,7 @@ Workload<obxDotProduct36x4s8_fn> workload(const std::string& name, const Scene& 
     });
 }
 Workload<obxDotProduct36x4u8_fn> workload(const std::string& name, const Scene& s, obxDotProduct36x4u8_fn*) {
+    if (contains(name, "Hamming")) return hammingFixed4Workload(name, s);
     return dotWorkload<uint8_t, obxDotProduct36x4u8_fn>(name, s, 16, [](obxDotProduct36x4u8_fn* f, const uint8_t* a, uint32_t, uint8_t* out) {
         f(a, a + 4099, a + 5001, a + 6007, a + 7011, reinterpret_cast<uint32_t*>(out));
     });
@@ -947,6 +961,8 @@ Workload<obxDotProduct11x12u8_fn> workload(const std::string&, const Scene& s, o
         }};
     work.unit = "call";
     return work;
+}
+
 // ---- Warps and remaps ---------------------------------------------------------------------
 
 // A perspective view of the scene about its centre: a 12 degree turn, a 10%
@@ -1053,6 +1069,117 @@ Workload<obxRemapRGBA8888u8_fn> workload(const std::string&, const Scene& s, obx
                 const float* mapX = maps->as<float>();
                 f(s.rgba.data(), s.w, s.h, s.w * 4, out[0].data(), s.w, s.h, s.w * 4, mapX, mapX + s.pixels(), s.w * 4);
             }};
+}
+
+// ---- Bit counts and Hamming distances ----------------------------------------------------
+
+// String length in a bit count or Hamming slot's name: 32 or 64 bytes.
+uint32_t stringBytes(const std::string& name) { return contains(name, "32x") ? 32 : 64; }
+
+// Arbitrary lengths: every row of the gray scene (against the next one for
+// the distance), per byte. obxBitCountu8 shares its function type with the
+// block sum, whose workload hands it on here.
+Workload<obxBitCountu8_fn> bitCountBytesWorkload(const Scene& s) {
+    Workload<obxBitCountu8_fn> work{double(s.pixels()), 4 * size_t{s.h}, {4 * size_t{s.h}},
+                                    [&s](obxBitCountu8_fn* f, const std::vector<Bytes>& out) {
+                                        for (uint32_t y = 0; y < s.h; ++y)
+                                            out[0].as<uint32_t>()[y] = f(s.gray.data() + size_t{y} * s.w, s.w);
+                                    }};
+    work.unit = "byte";
+    return work;
+}
+Workload<obxBitCountu32_fn> workload(const std::string&, const Scene& s, obxBitCountu32_fn*) {
+    Workload<obxBitCountu32_fn> work{double(s.pixels()), 4 * size_t{s.h}, {4 * size_t{s.h}},
+                                     [&s](obxBitCountu32_fn* f, const std::vector<Bytes>& out) {
+                                         for (uint32_t y = 0; y < s.h; ++y)
+                                             out[0].as<uint32_t>()[y] =
+                                                 f(s.gray.as<uint32_t>() + size_t{y} * s.w / 4, s.w / 4);
+                                     }};
+    work.unit = "byte";
+    return work;
+}
+Workload<obxHammingDistanceu8_fn> hammingBytesWorkload(const Scene& s) {
+    Workload<obxHammingDistanceu8_fn> work{
+        double(size_t{s.h - 1} * s.w), 4 * size_t{s.h}, {4 * size_t{s.h}},
+        [&s](obxHammingDistanceu8_fn* f, const std::vector<Bytes>& out) {
+            for (uint32_t y = 0; y + 1 < s.h; ++y)
+                out[0].as<uint32_t>()[y] = f(s.gray.data() + size_t{y} * s.w, s.gray.data() + size_t{y + 1} * s.w, s.w);
+        }};
+    work.unit = "byte";
+    return work;
+}
+
+// Fixed lengths: consecutive 32- or 64-byte strings of the scene's RGB
+// bytes; counts per string, distances per pair (each string against the
+// next, or against the next four).
+Workload<obxBitCountFixed_fn> workload(const std::string& name, const Scene& s, obxBitCountFixed_fn*) {
+    const uint32_t len = stringBytes(name), n = static_cast<uint32_t>(s.rgb.size() / len);
+    Workload<obxBitCountFixed_fn> work{double(n), 4 * size_t{n}, {4 * size_t{n}},
+                                       [&s, len, n](obxBitCountFixed_fn* f, const std::vector<Bytes>& out) {
+                                           for (uint32_t i = 0; i < n; ++i)
+                                               out[0].as<uint32_t>()[i] = f(s.rgb.data() + size_t{i} * len);
+                                       }};
+    work.unit = "string";
+    return work;
+}
+Workload<obxBitCountFixed4_fn> workload(const std::string& name, const Scene& s, obxBitCountFixed4_fn*) {
+    const uint32_t len = stringBytes(name), calls = static_cast<uint32_t>(s.rgb.size() / len / 4);
+    Workload<obxBitCountFixed4_fn> work{double(4 * calls), 16 * size_t{calls}, {16 * size_t{calls}},
+                                        [&s, len, calls](obxBitCountFixed4_fn* f, const std::vector<Bytes>& out) {
+                                            for (uint32_t i = 0; i < calls; ++i) {
+                                                const uint8_t* p = s.rgb.data() + size_t{4 * i} * len;
+                                                f(p, p + len, p + 2 * len, p + 3 * len, out[0].as<uint32_t>() + 4 * i);
+                                            }
+                                        }};
+    work.unit = "string";
+    return work;
+}
+Workload<obxHammingDistanceFixed_fn> hammingFixedWorkload(const std::string& name, const Scene& s) {
+    const uint32_t len = stringBytes(name), n = static_cast<uint32_t>(s.rgb.size() / len) - 1;
+    Workload<obxHammingDistanceFixed_fn> work{
+        double(n), 4 * size_t{n}, {4 * size_t{n}}, [&s, len, n](obxHammingDistanceFixed_fn* f, const std::vector<Bytes>& out) {
+            for (uint32_t i = 0; i < n; ++i) {
+                const uint8_t* p = s.rgb.data() + size_t{i} * len;
+                out[0].as<uint32_t>()[i] = f(p, p + len);
+            }
+        }};
+    work.unit = "pair";
+    return work;
+}
+Workload<obxHammingDistanceFixed4_fn> hammingFixed4Workload(const std::string& name, const Scene& s) {
+    const uint32_t len = stringBytes(name), calls = static_cast<uint32_t>(s.rgb.size() / len) - 4;
+    Workload<obxHammingDistanceFixed4_fn> work{
+        double(4 * calls), 16 * size_t{calls}, {16 * size_t{calls}},
+        [&s, len, calls](obxHammingDistanceFixed4_fn* f, const std::vector<Bytes>& out) {
+            for (uint32_t i = 0; i < calls; ++i) {
+                const uint8_t* p = s.rgb.data() + size_t{i} * len;
+                f(p, p + len, p + 2 * len, p + 3 * len, p + 4 * len, out[0].as<uint32_t>() + 4 * i);
+            }
+        }};
+    work.unit = "pair";
+    return work;
+}
+
+// Unit-vector distances: each 36-element descriptor of the scene's RGB bytes
+// against the eight that follow it, per pair.
+Workload<obxSumOfSquaredDiffs36xNs8_fn> workload(const std::string&, const Scene& s, obxSumOfSquaredDiffs36xNs8_fn*) {
+    const uint32_t n = static_cast<uint32_t>(s.rgb.size() / 36), calls = n - 8;
+    auto invLengths = std::make_shared<std::vector<float>>(n);
+    for (uint32_t i = 0; i < n; ++i) {
+        int32_t sq = 0;
+        for (int k = 0; k < 36; ++k) sq += s.rgb.as<int8_t>()[36 * i + k] * s.rgb.as<int8_t>()[36 * i + k];
+        (*invLengths)[i] = sq ? 1.0f / sqrtf(float(sq)) : 0.0f;
+    }
+    Workload<obxSumOfSquaredDiffs36xNs8_fn> work{
+        double(8 * calls), 32 * size_t{calls}, {32 * size_t{calls}},
+        [&s, calls, invLengths](obxSumOfSquaredDiffs36xNs8_fn* f, const std::vector<Bytes>& out) {
+            const int8_t* d = s.rgb.as<int8_t>();
+            for (uint32_t i = 0; i < calls; ++i)
+                f(d + 36 * size_t{i}, (*invLengths)[i], d + 36 * size_t{i + 1}, invLengths->data() + i + 1, 8,
+                  out[0].as<float>() + 8 * i);
+        }};
+    work.unit = "pair";
+    return work;
 }
 
 // ---- Counting -------------------------------------------------------------------------
@@ -1169,6 +1296,50 @@ void measureLucasKanade(const Options& options, const Scene& s) {
     obxPyramidDeleteC(pyr2, kLevels, 1);
 }
 
+// The KD-tree query has no vector variant of its own, but the distances it
+// takes through its slot have: 2 000 descriptors cut from the scene's RGB
+// bytes, 200 queries cut from its gray bytes, two neighbours within 32
+// checks each, counted per query in reference mode and in mode 2.
+void measureKDTreeQuery(const Options& options, const Scene& s) {
+    const char* name = "obxKDTreeQuery36s8f32";
+    if (!options.only.empty() && !contains(name, options.only.c_str())) return;
+    const uint32_t n = std::min<uint32_t>(2000, static_cast<uint32_t>(s.rgb.size() / 36));
+    const uint32_t queries = std::min<uint32_t>(200, static_cast<uint32_t>(s.gray.size() / 36));
+    const auto inverseLength = [](const int8_t* v) {
+        int32_t sq = 0;
+        for (int k = 0; k < 36; ++k) sq += v[k] * v[k];
+        return sq ? 1.0f / sqrtf(float(sq)) : 0.0f;
+    };
+    std::vector<float> invLengths(n), queryInvLengths(queries);
+    for (uint32_t i = 0; i < n; ++i) invLengths[i] = inverseLength(s.rgb.as<int8_t>() + 36 * size_t{i});
+    for (uint32_t q = 0; q < queries; ++q) queryInvLengths[q] = inverseLength(s.gray.as<int8_t>() + 36 * size_t{q});
+    srand48(1);
+    obxKDTrees36s8f32* tree = nullptr;
+    if (obxKDTreeCreate36s8f32_(s.rgb.as<int8_t>(), invLengths.data(), int32_t(n), &tree) != 0) abort();
+    const auto run = [&](const std::vector<Bytes>& out) {
+        for (uint32_t q = 0; q < queries; ++q)
+            (*obxKDTreeQuery36s8f32_)(tree, s.gray.as<int8_t>() + 36 * size_t{q}, queryInvLengths[q], 2, 4.5f, 32,
+                                      nullptr, out[0].as<int32_t>() + q, out[1].as<int32_t>() + 2 * q,
+                                      out[2].as<float>() + 2 * q);
+    };
+    const std::vector<size_t> sizes = {4 * size_t{queries}, 8 * size_t{queries}, 8 * size_t{queries}};
+    obxSetOperationMode(OBX_MODE_REFERENCE);
+    const std::vector<Bytes> expected = makeOutputs(sizes);
+    countSecondAndThird("reference", name, queries, "query", [&] { run(expected); });
+    obxSetOperationMode(OBX_MODE_VECTOR);
+    const std::vector<Bytes> actual = makeOutputs(sizes);
+    countSecondAndThird("vector", name, queries, "query", [&] { run(actual); });
+    for (size_t i = 0; i < sizes.size(); ++i) {
+        if (memcmp(expected[i].data(), actual[i].data(), sizes[i]) != 0) {
+            fprintf(stderr, "%s: output %zu differs from the reference\n", name, i);
+            ++failures;
+        }
+    }
+    const Bytes from(20 * size_t{queries}, 0x33), to(20 * size_t{queries});
+    countSecondAndThird("memcpy", name, queries, "query", [&] { memcpy(to.data(), from.data(), from.size()); });
+    obxKDTreeDestroy36s8f32_(tree);
+}
+
 bool parseOptions(int argc, char** argv, Options* options) {
     for (int i = 1; i < argc; ++i) {
         if (!strcmp(argv[i], "--size") && i + 1 < argc) {
@@ -1202,5 +1373,6 @@ int main(int argc, char** argv) {
 #define OBX_KERNEL(name, reference, vector) measure(options, scene, #name, &name##_, reference);
 #include "ombrixManifest.h"
     measureLucasKanade(options, scene);
+    measureKDTreeQuery(options, scene);
     return failures == 0 ? 0 : 1;
 }

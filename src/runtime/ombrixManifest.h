@@ -284,6 +284,31 @@ OBX_OP_REF(obxCopyTranslatedSubPixu8f32, obxCopyTranslatedSubPixu8f32C)
 OBX_OP(obxRemapRGBA8888NNu8, obxRemapRGBA8888NNu8C, obxRemapRGBA8888NNu8V)
 OBX_OP(obxRemapRGBA8888BLu8, obxRemapRGBA8888BLu8C, obxRemapRGBA8888BLu8V)
 
+/* Features: bit counts and Hamming distances (one vector variant serves each
+ * fixed-length Hamming form and its a4 twin) */
+OBX_OP(obxBitCountu8, obxBitCountu8C, obxBitCountu8V)
+OBX_OP(obxBitCountu32, obxBitCountu32C, obxBitCountu32V)
+OBX_OP(obxBitCount32x1u8, obxBitCount32x1u8C, obxBitCount32x1u8V)
+OBX_OP(obxBitCount64x1u8, obxBitCount64x1u8C, obxBitCount64x1u8V)
+OBX_OP(obxBitCount32x4u8, obxBitCount32x4u8C, obxBitCount32x4u8V)
+OBX_OP(obxBitCount64x4u8, obxBitCount64x4u8C, obxBitCount64x4u8V)
+OBX_OP(obxHammingDistanceu8, obxHammingDistanceu8C, obxHammingDistanceu8V)
+OBX_OP(obxHammingDistance32x1u8, obxHammingDistance32x1u8C, obxHammingDistance32x1u8V)
+OBX_OP(obxHammingDistance32x1u8a4, obxHammingDistance32x1u8a4C, obxHammingDistance32x1u8V)
+OBX_OP(obxHammingDistance64x1u8, obxHammingDistance64x1u8C, obxHammingDistance64x1u8V)
+OBX_OP(obxHammingDistance64x1u8a4, obxHammingDistance64x1u8a4C, obxHammingDistance64x1u8V)
+OBX_OP(obxHammingDistance32x4u8a4, obxHammingDistance32x4u8a4C, obxHammingDistance32x4u8a4V)
+OBX_OP(obxHammingDistance64x4u8, obxHammingDistance64x4u8C, obxHammingDistance64x4u8V)
+OBX_OP(obxHammingDistance64x4u8a4, obxHammingDistance64x4u8a4C, obxHammingDistance64x4u8V)
+
+/* Features: distances of 36-element descriptors */
+OBX_OP(obxSumOfSquaredDiffs36xNs8, obxSumOfSquaredDiffs36xNs8C, obxSumOfSquaredDiffs36xNs8V)
+
+/* Features: KD-tree for 36-element descriptors */
+OBX_OP_REF(obxKDTreeCreate36s8f32, obxKDTreeCreate36s8f32C)
+OBX_OP_REF(obxKDTreeQuery36s8f32, obxKDTreeQuery36s8f32C)
+OBX_OP_REF(obxKDTreeDestroy36s8f32, obxKDTreeDestroy36s8f32C)
+
 #undef OBX_OP
 #undef OBX_OP_REF
 #undef OBX_OP_STATIC
