@@ -1,5 +1,7 @@
 // Tile moments: closed forms on small tiles, and every vector variant equal
 // to its reference over sizes, strides and (u8) unaligned rows.
+#include <array>
+#include <cmath>
 #include <cstring>
 #include <random>
 #include <vector>
@@ -77,6 +79,96 @@ TEST(Moments, VectorMatchesReference) {
         EXPECT_EQ(run(obxMomentsInTiles32V, s, w, h, stride), run(obxMomentsInTiles32C, s, w, h, stride)) << w;
         EXPECT_EQ(run(obxMomentsInTilef32V, f, w, h, stride), run(obxMomentsInTilef32C, f, w, h, stride)) << w;
     }
+}
+
+}  // namespace
+
+// ---- Continuously adaptive mean shift ----
+
+namespace {
+
+using Window = std::array<int32_t, 4>;
+using Box = std::array<float, 5>;
+
+// A weight image of all three types from a u8 picture; track() runs the three
+// trackers, checks that they agree and returns the u8 result.
+struct Picture {
+    uint32_t width, height;
+    std::vector<uint8_t> u8;
+    Picture(uint32_t w, uint32_t h) : width(w), height(h), u8(size_t{w} * h, 0) {}
+    // A uniform ellipse of semi-axes a, b, the a axis turned by degrees.
+    void ellipse(double cx, double cy, double a, double b, double degrees, uint8_t value) {
+        const double c = std::cos(degrees * M_PI / 180), s = std::sin(degrees * M_PI / 180);
+        for (uint32_t y = 0; y < height; ++y)
+            for (uint32_t x = 0; x < width; ++x) {
+                const double u = (x - cx) * c + (y - cy) * s, v = -(x - cx) * s + (y - cy) * c;
+                if (u * u / (a * a) + v * v / (b * b) <= 1) u8[size_t{y} * width + x] = value;
+            }
+    }
+    int32_t track(Window& window, Box& box) const {
+        std::vector<int32_t> s(u8.begin(), u8.end());
+        std::vector<float> f(u8.begin(), u8.end());
+        Window ws = window, wf = window;
+        Box bs, bf;
+        const int32_t r = obxConAdaTracku8_(u8.data(), width, height, width, window.data(), 10, 1.0f, box.data());
+        EXPECT_EQ(obxConAdaTracks32_(s.data(), width, height, 4 * width, ws.data(), 10, 1.0f, bs.data()), r);
+        EXPECT_EQ(obxConAdaTrackf32_(f.data(), width, height, 4 * width, wf.data(), 10, 1.0f, bf.data()), r);
+        EXPECT_EQ(ws, window);
+        EXPECT_EQ(wf, window);
+        EXPECT_EQ(bs, box);
+        // float32 rows are summed in float32: the box agrees to rounding.
+        for (int i = 0; i < 5; ++i) EXPECT_NEAR(bf[i], box[i], 1e-4 * (1 + std::fabs(box[i])));
+        return r;
+    }
+};
+
+TEST(ConAdaTrack, RecoversCentreOrientationAndAxesOfAnEllipse) {
+    Picture p(160, 120);
+    p.ellipse(82, 57, 30, 12, 30, 200);
+    Window window = {60, 40, 30, 30};
+    Box box;
+    for (int frame = 0; frame < 4; ++frame) p.track(window, box);
+    EXPECT_NEAR(box[0], 82, 0.25);
+    EXPECT_NEAR(box[1], 57, 0.25);
+    EXPECT_NEAR(box[2], 60, 1.5);
+    EXPECT_NEAR(box[3], 24, 1.5);
+    EXPECT_NEAR(box[4], 30, 1.0);
+    // The window is the square of twice the root of the area, around the centre.
+    const int32_t side = static_cast<int32_t>(std::lround(2 * std::sqrt(M_PI * 30 * 12)));
+    EXPECT_NEAR(window[2], side, 2);
+    EXPECT_EQ(window[2], window[3]);
+    EXPECT_NEAR(window[0] + window[2] / 2.0, 82, 1);
+    // Turned the other way, the angle is negative.
+    Picture q(160, 120);
+    q.ellipse(80, 60, 30, 12, -45, 200);
+    window = {65, 45, 30, 30};
+    for (int frame = 0; frame < 4; ++frame) q.track(window, box);
+    EXPECT_NEAR(box[4], -45, 1.0);
+}
+
+TEST(ConAdaTrack, WindowGrowsToCoverABiggerBlob) {
+    Picture p(200, 200);
+    p.ellipse(100, 100, 40, 40, 0, 90);
+    Window window = {95, 95, 10, 10};
+    Box box;
+    p.track(window, box);
+    // The 10x10 tile is all weight: side 2 * 10.
+    EXPECT_EQ(window[2], 20);
+    EXPECT_EQ(window[3], 20);
+    for (int frame = 0; frame < 5; ++frame) p.track(window, box);
+    EXPECT_LE(window[0], 60);
+    EXPECT_GE(window[0] + window[2], 140);
+    EXPECT_NEAR(box[2], 80, 1.5);
+    EXPECT_NEAR(box[3], 80, 1.5);
+}
+
+TEST(ConAdaTrack, ZeroWeightsKeepTheClampedWindowAndGiveAnEmptyBox) {
+    const Picture p(64, 48);
+    Window window = {50, -4, 30, 30};
+    Box box;
+    EXPECT_EQ(p.track(window, box), 0);
+    EXPECT_EQ(window, (Window{50, 0, 14, 30}));
+    EXPECT_EQ(box, (Box{57, 15, 0, 0, 0}));
 }
 
 }  // namespace
