@@ -1182,6 +1182,31 @@ OBX_API obxMeanShiftu8_fn obxMeanShiftu8C;
 OBX_API obxMeanShifts32_fn obxMeanShifts32C;
 OBX_API obxMeanShiftf32_fn obxMeanShiftf32C;
 
+/* Continuously adaptive mean shift: runs mean shift on window (as above),
+ * then takes the ten tile moments of the weights under the converged window.
+ * With M the largest weight in that window, the new window is a square of
+ * side max(1, round(2 * sqrt(m00 / M))) centred on the centroid (corner
+ * rounded half away from zero), clamped into the image as mean shift clamps.
+ * box gets five values: the centroid x and y in image coordinates, the
+ * length and width of the blob (4 * sqrt of the larger and smaller
+ * eigenvalue of the second central moments / m00, i.e. the full axes of a
+ * uniform ellipse) and the angle of its long axis in degrees from the x axis
+ * towards y (image rows down), in (-90, 90]. When m00 or M is not positive
+ * the window stays as mean shift left it and box is its centre with zero
+ * size and angle. Returns mean shift's iteration count. */
+typedef int32_t obxConAdaTracku8_fn(const uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                    int32_t* window, uint32_t maxIterations, float eps, float* box);
+typedef int32_t obxConAdaTracks32_fn(const int32_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                     int32_t* window, uint32_t maxIterations, float eps, float* box);
+typedef int32_t obxConAdaTrackf32_fn(const float* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
+                                     int32_t* window, uint32_t maxIterations, float eps, float* box);
+OBX_DECLARE_OPERATION(obxConAdaTracku8)
+OBX_DECLARE_OPERATION(obxConAdaTracks32)
+OBX_DECLARE_OPERATION(obxConAdaTrackf32)
+OBX_API obxConAdaTracku8_fn obxConAdaTracku8C;
+OBX_API obxConAdaTracks32_fn obxConAdaTracks32C;
+OBX_API obxConAdaTrackf32_fn obxConAdaTrackf32C;
+
 /* ---- Patch descriptors and dot products -------------------------------------- */
 
 /* A 36-value gradient descriptor of a 17x17 patch (stride 17): weighted x and

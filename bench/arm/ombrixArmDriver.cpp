@@ -1182,6 +1182,23 @@ Workload<obxSumOfSquaredDiffs36xNs8_fn> workload(const std::string&, const Scene
     return work;
 }
 
+// Tile moments of the whole gray, s32 and f32 scenes, per pixel.
+template <typename Fn, typename T>
+Workload<Fn> momentsWorkload(const Scene& s, const Bytes& plane) {
+    return {double(s.pixels()), 80, {80}, [&s, &plane](Fn* f, const std::vector<Bytes>& out) {
+                f(plane.as<T>(), s.w, s.h, s.w * sizeof(T), out[0].as<double>());
+            }};
+}
+Workload<obxMomentsInTileu8_fn> workload(const std::string&, const Scene& s, obxMomentsInTileu8_fn*) {
+    return momentsWorkload<obxMomentsInTileu8_fn, uint8_t>(s, s.gray);
+}
+Workload<obxMomentsInTiles32_fn> workload(const std::string&, const Scene& s, obxMomentsInTiles32_fn*) {
+    return momentsWorkload<obxMomentsInTiles32_fn, int32_t>(s, s.s32);
+}
+Workload<obxMomentsInTilef32_fn> workload(const std::string&, const Scene& s, obxMomentsInTilef32_fn*) {
+    return momentsWorkload<obxMomentsInTilef32_fn, float>(s, s.f32);
+}
+
 // ---- Counting -------------------------------------------------------------------------
 
 void markWindow(long phase) { syscall(OMBRIX_INSN_MARK, phase); }

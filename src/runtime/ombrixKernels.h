@@ -64,6 +64,21 @@ typedef uint32_t calculateBlockSAD_ZeroMean16x16_fn(const uint8_t* a, uint32_t a
 typedef void calcIxIy_32f_fn(const float32_t* src, uint32_t srcStride, uint32_t width, uint32_t height,
                              float32_t* dx, float32_t* dy, uint32_t dstStride);
 
+/* The ten spatial moments m00, m10, m01, m20, m11, m02, m30, m21, m12, m03
+ * (m_pq = sum of x^p * y^q * w) of a width x height tile, x and y counted
+ * from the tile's top-left pixel, rows stride bytes apart. Integer weights
+ * are summed exactly (modulo 2^64, signed for s32) and converted to double at
+ * the end; float32 weights are summed per row in float32 (products x*w,
+ * x*(x*w), x*(x*(x*w)) rounded to float32, four column lanes x % 4 combined
+ * as (l0 + l2) + (l1 + l3), then the last width % 4 columns in order) and
+ * the rows' sums in double, in row order. */
+typedef void obxMomentsInTileu8_fn(const uint8_t* src, uint32_t width, uint32_t height, uint32_t stride,
+                                   double moments[10]);
+typedef void obxMomentsInTiles32_fn(const int32_t* src, uint32_t width, uint32_t height, uint32_t stride,
+                                    double moments[10]);
+typedef void obxMomentsInTilef32_fn(const float* src, uint32_t width, uint32_t height, uint32_t stride,
+                                    double moments[10]);
+
 #define OBX_OP(name, reference, vector) name##_fn vector;
 #define OBX_KERNEL(name, reference, vector) \
     OBX_API extern name##_fn* name##_;      \

@@ -309,6 +309,16 @@ OBX_OP_REF(obxKDTreeCreate36s8f32, obxKDTreeCreate36s8f32C)
 OBX_OP_REF(obxKDTreeQuery36s8f32, obxKDTreeQuery36s8f32C)
 OBX_OP_REF(obxKDTreeDestroy36s8f32, obxKDTreeDestroy36s8f32C)
 
+/* Motion: spatial moments of a tile */
+OBX_KERNEL(obxMomentsInTileu8, obxMomentsInTileu8C, obxMomentsInTileu8V)
+OBX_KERNEL(obxMomentsInTiles32, obxMomentsInTiles32C, obxMomentsInTiles32V)
+OBX_KERNEL(obxMomentsInTilef32, obxMomentsInTilef32C, obxMomentsInTilef32V)
+
+/* Motion: continuously adaptive mean shift */
+OBX_OP_REF(obxConAdaTracku8, obxConAdaTracku8C)
+OBX_OP_REF(obxConAdaTracks32, obxConAdaTracks32C)
+OBX_OP_REF(obxConAdaTrackf32, obxConAdaTrackf32C)
+
 #undef OBX_OP
 #undef OBX_OP_REF
 #undef OBX_OP_STATIC
