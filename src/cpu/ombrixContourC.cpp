@@ -287,6 +287,20 @@ int32_t* pointLimit(int32_t* pointBuffer, uint32_t pointBufferSize) {
     return pointBufferSize >= 2 ? pointBuffer + (pointBufferSize - 2) : pointBuffer;
 }
 
+// The two modes that record hole flags and the full hierarchy share their
+// contract and set-up.
+template <Mode M>
+void findHierarchy(uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride, uint32_t maxNumContours,
+                   uint32_t* numContours, int32_t* holeFlag, uint32_t* numContourPoints, int32_t** contourStartPoints,
+                   int32_t* pointBuffer, uint32_t pointBufferSize, int32_t* hierarchy, void* contourHandle) {
+    OMBRIX_ASSERT(src && numContours && holeFlag && numContourPoints && contourStartPoints && pointBuffer && hierarchy && contourHandle && srcWidth && srcHeight && (srcStride >= srcWidth));
+    OMBRIX_ASSERT(maxNumContours > 126);
+    prepareImage(src, srcWidth, srcHeight, srcStride);
+    const Outputs o{maxNumContours, numContourPoints, contourStartPoints, pointBuffer,
+                    pointLimit(pointBuffer, pointBufferSize), holeFlag, hierarchy};
+    *numContours = findContours<M>(src, srcWidth, srcHeight, srcStride, static_cast<const int32_t*>(contourHandle), o);
+}
+
 }  // namespace
 
 extern "C" {
@@ -328,26 +342,18 @@ void obxFindContoursCcompu8C(uint8_t* src, uint32_t srcWidth, uint32_t srcHeight
                              uint32_t maxNumContours, uint32_t* numContours, int32_t* holeFlag,
                              uint32_t* numContourPoints, int32_t** contourStartPoints, int32_t* pointBuffer,
                              uint32_t pointBufferSize, int32_t* hierarchy, void* contourHandle) {
-    OMBRIX_ASSERT(src && numContours && holeFlag && numContourPoints && contourStartPoints && pointBuffer && hierarchy && contourHandle && srcWidth && srcHeight && (srcStride >= srcWidth));
-    OMBRIX_ASSERT(maxNumContours > 126);
-    prepareImage(src, srcWidth, srcHeight, srcStride);
-    const Outputs o{maxNumContours, numContourPoints, contourStartPoints, pointBuffer,
-                    pointLimit(pointBuffer, pointBufferSize), holeFlag, hierarchy};
-    *numContours = findContours<Mode::Ccomp>(src, srcWidth, srcHeight, srcStride,
-                                             static_cast<const int32_t*>(contourHandle), o);
+    findHierarchy<Mode::Ccomp>(src, srcWidth, srcHeight, srcStride, maxNumContours, numContours, holeFlag,
+                               numContourPoints, contourStartPoints, pointBuffer, pointBufferSize, hierarchy,
+                               contourHandle);
 }
 
 void obxFindContoursTreeu8C(uint8_t* src, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcStride,
                             uint32_t maxNumContours, uint32_t* numContours, int32_t* holeFlag,
                             uint32_t* numContourPoints, int32_t** contourStartPoints, int32_t* pointBuffer,
                             uint32_t pointBufferSize, int32_t* hierarchy, void* contourHandle) {
-    OMBRIX_ASSERT(src && numContours && holeFlag && numContourPoints && contourStartPoints && pointBuffer && hierarchy && contourHandle && srcWidth && srcHeight && (srcStride >= srcWidth));
-    OMBRIX_ASSERT(maxNumContours > 126);
-    prepareImage(src, srcWidth, srcHeight, srcStride);
-    const Outputs o{maxNumContours, numContourPoints, contourStartPoints, pointBuffer,
-                    pointLimit(pointBuffer, pointBufferSize), holeFlag, hierarchy};
-    *numContours = findContours<Mode::Tree>(src, srcWidth, srcHeight, srcStride,
-                                            static_cast<const int32_t*>(contourHandle), o);
+    findHierarchy<Mode::Tree>(src, srcWidth, srcHeight, srcStride, maxNumContours, numContours, holeFlag,
+                              numContourPoints, contourStartPoints, pointBuffer, pointBufferSize, hierarchy,
+                              contourHandle);
 }
 
 void obxFindContoursDeleteC(void* contourHandle) {
